@@ -1,8 +1,12 @@
-# One library per subsystem folder: every .cpp in src/<folder>/ (not in
-# sub-folders, which hold engines with libraries of their own).
+# One library per subsystem folder: every .cpp in src/<folder>/ and in the
+# sub-folders named (the engines of the database contract).
 function(vorn_library name folder)
-  cmake_parse_arguments(ARG "" "" "DEPS;PRIVATE_DEPS;EXCLUDE" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DEPS;PRIVATE_DEPS;EXCLUDE;SUBFOLDERS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/${folder}/*.cpp")
+  foreach(sub IN LISTS ARG_SUBFOLDERS)
+    file(GLOB sub_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/${folder}/${sub}/*.cpp")
+    list(APPEND sources ${sub_sources})
+  endforeach()
   foreach(skip IN LISTS ARG_EXCLUDE)
     list(REMOVE_ITEM sources "${PROJECT_SOURCE_DIR}/src/${folder}/${skip}")
   endforeach()
@@ -21,8 +25,12 @@ endfunction()
 
 # One GoogleTest executable per test folder: every .cpp in tests/<folder>/.
 function(vorn_tests name folder)
-  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "LIBS;SUBFOLDERS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*.cpp")
+  foreach(sub IN LISTS ARG_SUBFOLDERS)
+    file(GLOB sub_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/${sub}/*.cpp")
+    list(APPEND sources ${sub_sources})
+  endforeach()
   if(NOT sources)
     return()
   endif()

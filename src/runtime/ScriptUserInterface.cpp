@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "runtime/StoredProgressDisplay.h"
+#include "runtime/TerminalProgressDisplay.h"
 
 namespace vorn {
 
@@ -39,8 +39,10 @@ std::optional<ProjectIdentification> ScriptUserInterface::AskProjectIdentificati
 
 std::optional<std::string> ScriptUserInterface::AskSecret(const std::string&) { return answers_.secret; }
 
+// Progress of a run without a user still shows in its log: plain lines on
+// the error stream (a bar when that stream happens to be a terminal).
 std::unique_ptr<ProgressDisplay> ScriptUserInterface::MakeProgressDisplay() {
-    return std::make_unique<StoredProgressDisplay>();
+    return std::make_unique<TerminalProgressDisplay>(stderr);
 }
 
 }  // namespace vorn

@@ -13,7 +13,8 @@ namespace vorn {
 // The interface of a run with no one at the machine. It never blocks: a
 // question takes the answer configured for its id, else its default button;
 // the identification question takes the configured answer, else it counts as
-// cancelled. Every message goes to the error stream and to the message sink.
+// cancelled. Every message goes to the error stream and to the message sink,
+// and progress shows as plain lines there.
 class ScriptUserInterface : public UserInterface {
 public:
     struct Answers {

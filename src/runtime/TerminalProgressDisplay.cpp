@@ -17,6 +17,7 @@ TerminalProgressDisplay::~TerminalProgressDisplay() { Close(); }
 void TerminalProgressDisplay::Show(std::string_view title) {
     shown_ = true;
     title_ = title;
+    if (isTerminal_ && !interrupt_) interrupt_.emplace(fileno(out_));
     lastPlainTenth_ = -1;
     if (!isTerminal_) PlainLine(title_);
     Redraw();
@@ -25,6 +26,7 @@ void TerminalProgressDisplay::Show(std::string_view title) {
 void TerminalProgressDisplay::Close() {
     if (!shown_) return;
     shown_ = false;
+    interrupt_.reset();
     if (lineOpen_) {
         std::fputs("\r\033[K", out_);  // leave the terminal as it was before the bar
         std::fflush(out_);
@@ -78,7 +80,9 @@ void TerminalProgressDisplay::Request(ProgressRequest request) {
 ProgressRequest TerminalProgressDisplay::TakeRequest() {
     const ProgressRequest request = pending_;
     pending_ = ProgressRequest::kNone;
-    return request;
+    if (request != ProgressRequest::kNone) return request;
+    if (interrupt_ && interrupt_->TakeInterrupt()) return ProgressRequest::kAbort;
+    return ProgressRequest::kNone;
 }
 
 void TerminalProgressDisplay::PlainLine(const std::string& line) {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 
+#include "runtime/InterruptWatch.h"
 #include "runtime/ProgressDisplay.h"
 
 namespace vorn {
@@ -11,6 +13,10 @@ namespace vorn {
 // title, a bar, the gauge's caption (percentage and time remaining) and the
 // text lines. Elsewhere (a log, a pipe) it writes a plain line when a text
 // changes and at every tenth of the way, so that logs stay short.
+//
+// On a terminal, Ctrl-C between Show and Close is an abort request that
+// TakeRequest hands over; a second Ctrl-C ends the program (see
+// InterruptWatch). Outside that window Ctrl-C keeps its usual meaning.
 class TerminalProgressDisplay : public ProgressDisplay {
 public:
     // REQUIRES: `out` stays open while the display lives.
@@ -60,6 +66,7 @@ private:
     std::string caption_;
     std::string text1_;
     std::string text2_;
+    std::optional<InterruptWatch> interrupt_;
 };
 
 }  // namespace vorn
