@@ -1,20 +1,42 @@
 #include "entry/Session.h"
 
+#include "forms/CAxControls.h"
+#include "foundation/CAx0.h"
+#include "foundation/CDoTrace.h"
+#include "foundation/CFile.h"
+#include "foundation/CTextString.h"
+#include "foundation/clsProgressInterface.h"
+#include "runtime/SessionSlot.h"
+
 namespace vorn {
 namespace {
+
 bool& StartedFlag() {
     static bool started = false;
     return started;
 }
+
+template <class T>
+void Make() {
+    SessionSlot<T>::Make(std::make_unique<T>());
+}
+
 }  // namespace
 
 void StartSession(SessionOptions options) {
     if (StartedFlag()) return;
     StartedFlag() = true;
     if (options.ui) SetUi(std::move(options.ui));
-    // The session objects join here, each in its place of the order:
-    // Ax, TextStr, AxControls, Progress, Callbacks, File, Trace, Index,
-    // JetOps, UserTab, DalSession, Upsize.
+    // The order is part of the design: the string services and the text
+    // table exist before anything that may report.
+    Make<CAx0>();                  // Ax
+    Make<CTextString>();           // TextStr
+    Make<CAxControls>();           // AxControls
+    Make<clsProgressInterface>();  // Progress
+    // Callbacks joins here with the data model.
+    Make<CFile>();     // File
+    Make<CDoTrace>();  // Trace
+    // Index, JetOps, UserTab, DalSession and Upsize join here, in that order.
 }
 
 bool SessionStarted() { return StartedFlag(); }

@@ -1,0 +1,245 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "foundation/CAx0.h"
+#include "foundation/CTextString.h"
+#include "runtime/ErrorNumbers.h"
+#include "runtime/SessionSlot.h"
+#include "runtime/VornError.h"
+#include "support/TestSupport.h"
+
+namespace vorn {
+namespace {
+
+template <class Step>
+std::int32_t ErrorNumberOf(Step&& step) {
+    try {
+        step();
+    } catch (const VornError& e) {
+        return e.Number();
+    }
+    return 0;
+}
+
+TEST(CAx0Session, AxIsTheOneObjectOnceMade) {
+    EXPECT_EQ(ErrorNumberOf([] { Ax(); }), errnum::kObjectVariableNotSet);
+    CAx0& made = SessionSlot<CAx0>::Make(std::make_unique<CAx0>());
+    EXPECT_EQ(&Ax(), &made);
+    SessionSlot<CAx0>::ResetForTests();
+}
+
+struct MatchCase {
+    const char* source;
+    std::int32_t cursor;
+    const char* open;
+    const char* close;
+    std::int32_t expected;
+};
+
+TEST(CAx0MatchDelim, LengthThroughTheBalancingCloser) {
+    const CAx0 ax;
+    const std::vector<MatchCase> cases = {
+        {"<<a>>", 1, "<<", ">>", 5},
+        {"<<a<<b>>c>>", 1, "<<", ">>", 11},
+        {"<<<<a>>>>", 1, "<<", ">>", 9},
+        {"<<a>><<b>>", 1, "<<", ">>", 5},
+        {"<<a>><<b>>", 6, "<<", ">>", 5},
+        {"<<a", 1, "<<", ">>", 0},
+        {"<<a<<b>>", 1, "<<", ">>", 0},      // the inner token is balanced, the outer not
+        {"x<<a>>", 1, "<<", ">>", 0},        // the cursor must stand on the opener
+        {"x<<a>>", 2, "<<", ">>", 5},
+        {"<<a>>>", 1, "<<", ">>", 5},        // ">>>" is read from the left
+        {"((a)(b))", 1, "(", ")", 8},
+        {"(a)(b)", 1, "(", ")", 3},
+        {"<<a>>", 1, "", ">>", 0},
+        {"<<a>>", 1, "<<", "", 0},
+        {"é<<ü>>", 2, "<<", ">>", 5},       // positions count characters
+        {"<<a>>", 9, "<<", ">>", 0},
+    };
+    for (const MatchCase& c : cases) {
+        EXPECT_EQ(ax.MatchDelimFnL(c.cursor, c.source, c.open, c.close), c.expected)
+            << c.source << " at " << c.cursor;
+    }
+}
+
+TEST(CAx0MatchDelim, CursorBelowOneIsAnInvalidArgument) {
+    const CAx0 ax;
+    EXPECT_EQ(ErrorNumberOf([&] { ax.MatchDelimFnL(0, "<<a>>", "<<", ">>"); }),
+              errnum::kInvalidProcedureCall);
+}
+
+TEST(CAx0DataToken, GetCollectsOutsideTextAcrossCalls) {
+    const CAx0 ax;
+    std::int32_t cursor = 0;
+    std::string outside;
+    EXPECT_EQ(ax.DataTokenGetFnS(cursor, "a<<b>>c", outside), "b");
+    EXPECT_EQ(cursor, 7);
+    EXPECT_EQ(outside, "a");
+    EXPECT_EQ(ax.DataTokenGetFnS(cursor, "a<<b>>c", outside), "");
+    EXPECT_EQ(cursor, 0);
+    EXPECT_EQ(outside, "ac");
+}
+
+TEST(CAx0DataToken, OpenerWithoutCloserStaysInTheOutsideText) {
+    const CAx0 ax;
+    std::int32_t cursor = 0;
+    std::string outside = "kept:";
+    EXPECT_EQ(ax.DataTokenGetFnS(cursor, "<<a", outside), "");
+    EXPECT_EQ(cursor, 0);
+    EXPECT_EQ(outside, "kept:<<a");
+}
+
+TEST(CAx0DataToken, GetReturnsNestedTokensWhole) {
+    const CAx0 ax;
+    std::int32_t cursor = 1;
+    EXPECT_EQ(ax.DataTokenGetFnS(cursor, "<<a<<b>>c>>"), "a<<b>>c");
+    EXPECT_EQ(cursor, 12);
+}
+
+TEST(CAx0DataToken, EmptyTokenIsNotTheEnd) {
+    const CAx0 ax;
+    std::int32_t cursor = 0;
+    EXPECT_EQ(ax.DataTokenGetFnS(cursor, "<<>>x"), "");
+    EXPECT_EQ(cursor, 5);
+}
+
+TEST(CAx0DataToken, LoopYieldsEveryTokenAndTheTextAround) {
+    const CAx0 ax;
+    const std::string source = "ä<<T.F>> x <<a <<G>>é";
+    std::int32_t cursor = 0;
+    std::string outside;
+    std::vector<std::string> tokens;
+    while (true) {
+        std::string token = ax.DataTokenGetFnS(cursor, source, outside);
+        if (cursor == 0) break;
+        tokens.push_back(token);
+    }
+    EXPECT_EQ(tokens, (std::vector<std::string>{"T.F", "G"}));
+    EXPECT_EQ(outside, "ä x <<a é");
+}
+
+TEST(CAx0DataToken, SkipPassesOverBalancedTokensOnly) {
+    const CAx0 ax;
+    std::int32_t cursor = 1;
+    EXPECT_TRUE(ax.DataTokenSkipFnB(cursor, "<<a <<b>>c"));
+    EXPECT_EQ(cursor, 10);
+    EXPECT_FALSE(ax.DataTokenSkipFnB(cursor, "<<a <<b>>c"));
+    EXPECT_EQ(cursor, 0);
+    EXPECT_EQ(ErrorNumberOf([&] { ax.DataTokenSkipFnB(cursor, "<<a>>"); }),
+              errnum::kInvalidProcedureCall);
+}
+
+TEST(CAx0DataToken, MakeRefusesExistingTokens) {
+    const CAx0 ax;
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"  x ", "<<x>>"}, {"<<x>>", ""}, {"  <<x>>", ""}, {"", ""}, {"T.F", "<<T.F>>"}, {"x>>", "<<x>>>>"},
+    };
+    for (const auto& [data, expected] : cases) EXPECT_EQ(ax.DataTokenMakeFnS(data), expected) << data;
+    EXPECT_EQ(ax.FieldTokenMakeFnS("POINT", "Depth"), "<<POINT.Depth>>");
+    EXPECT_EQ(ax.FieldTokenMakeFnS("POINT"), "<<POINT>>");
+}
+
+TEST(CAx0DataToken, RemoveFieldDelimTrimsAndUnwraps) {
+    const CAx0 ax;
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"  <<  T.F >> ", "T.F"}, {" x ", "x"}, {"<<x", "<<x"}, {"<<>>", ""}, {"<<a>>b", "<<a>>b"},
+    };
+    for (const auto& [data, expected] : cases) {
+        std::string value = data;
+        ax.RemoveFieldDelim(value);
+        EXPECT_EQ(value, expected) << data;
+    }
+}
+
+TEST(CAx0FieldSpec, FieldNameIsBehindTheFirstDot) {
+    const CAx0 ax;
+    EXPECT_EQ(ax.FieldNameFromFieldSpecFnS("T.F"), "F");
+    EXPECT_EQ(ax.FieldNameFromFieldSpecFnS("T.F.G"), "F.G");
+    EXPECT_EQ(ax.FieldNameFromFieldSpecFnS("TF"), "TF");
+    EXPECT_EQ(ax.FieldNameFromFieldSpecFnS(".F"), "F");
+}
+
+struct ParentChildCase {
+    std::string spec;
+    std::string parent;
+    std::string child;
+};
+
+TEST(CAx0FieldSpec, ParentChildSplitsAtTheLastBang) {
+    const CAx0 ax;
+    const std::vector<ParentChildCase> cases = {
+        {"point!sample", "POINT", "SAMPLE"},
+        {"a!b! c ", "A!B", "C"},
+        {"abc", "ABC", ""},
+        {"é !ß", "É ", "ß"},  // Latin-1 has no capital sharp s
+        {std::string(32766, 'x'), std::string(32766, 'X'), ""},
+        {std::string(32766, 'x') + "y", std::string(32766, 'X') + "Y", "Y"},
+    };
+    for (const ParentChildCase& c : cases) {
+        std::string parent = "old";
+        std::string child = "old";
+        ax.ParentChildSpecParse(c.spec, parent, child);
+        EXPECT_EQ(parent, c.parent) << c.spec.substr(0, 20);
+        EXPECT_EQ(child, c.child) << c.spec.substr(0, 20);
+    }
+}
+
+// Table-field checks need the text table for their messages.
+class CAx0TableFieldTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        testing::WriteFile(folder_ / std::string(CTextString::kBaseFileName),
+                           "5272\tno dot\n5273\ttwo dots\n5274\tnone of <<>>\n' last line\n");
+        SessionSlot<CTextString>::Make(std::make_unique<CTextString>(folder_.path().string()));
+    }
+    void TearDown() override { SessionSlot<CTextString>::ResetForTests(); }
+
+    testing::TempFolder folder_;
+    const CAx0 ax_;
+};
+
+struct TableFieldCase {
+    std::string spec;
+    bool checkChars;
+    bool valid;
+    std::int32_t dot;
+    std::string message;
+};
+
+TEST_F(CAx0TableFieldTest, ChecksInOrderAndReportsTheFirstFault) {
+    const std::vector<TableFieldCase> cases = {
+        {"POINT.Depth", true, true, 6, "untouched"},
+        {"POINTDepth", true, false, 0, "no dot"},
+        {"T.F.G", false, false, 0, "two dots"},
+        {"T.F!", true, false, 0, "none of ![]`.,"},
+        {"T.F!", false, true, 2, "untouched"},
+        {"T.[F]", true, false, 0, "none of ![]`.,"},
+        {"<<T.F>>", true, true, 4, "untouched"},   // the closer is not field text
+        {"<<T.F]>>", true, false, 0, "none of ![]`.,"},
+        {"T!.F", true, true, 3, "untouched"},      // the table part is not checked
+        {"é.ü", true, true, 2, "untouched"},
+    };
+    for (const TableFieldCase& c : cases) {
+        std::int32_t dot = 99;
+        std::string message = "untouched";
+        EXPECT_EQ(ax_.TableFieldStringValidFnB(c.spec, c.checkChars, dot, message), c.valid) << c.spec;
+        EXPECT_EQ(dot, c.dot) << c.spec;
+        EXPECT_EQ(message, c.message) << c.spec;
+    }
+}
+
+TEST_F(CAx0TableFieldTest, DotPastTheSixteenBitRangeOverflows) {
+    std::int32_t dot = 0;
+    std::string message;
+    const std::string near = std::string(32766, 'T') + ".F";
+    EXPECT_TRUE(ax_.TableFieldStringValidFnB(near, true, dot, message));
+    EXPECT_EQ(dot, 32767);
+    const std::string far = std::string(32767, 'T') + ".F";
+    EXPECT_EQ(ErrorNumberOf([&] { ax_.TableFieldStringValidFnB(far, true, dot, message); }),
+              errnum::kOverflow);
+}
+
+}  // namespace
+}  // namespace vorn
