@@ -332,7 +332,216 @@ public:
 
     // ---- Arrays, numbers, dates and colours --------------------------------
     // Declared here and defined in sources of their own (CAx0Arrays.cpp,
-    // CAx0Numbers.cpp); they share only the state above.
+    // CAx0Numbers.cpp); they share only the state above and the clock below.
+    //
+    // Arrays are VArray throughout, also where the host passes a typed array
+    // of text or of 32-bit integers: these members answer in the array's own
+    // index space (a found index, "numbered from 1", "n items have upper
+    // bound n"), which a std::vector, always from 0, cannot carry. Elements
+    // are read as the typed array held them: text by CStr with Null and Empty
+    // as "", integers by their numeric value with Empty as 0. An undimensioned
+    // array fails with VornError 9 from the bounds, as an unallocated array
+    // did; ArrayIsDimmedFnB is the guard.
+
+    // -- Searches. Text matches ignore the case of ASCII and Latin-1 letters.
+
+    // The first element from lower to upper bound equal to psFind: true with
+    // plFoundIdx its index; false with plFoundIdx unchanged.
+    bool FindExactFnB(VArray& psSearchV, std::int32_t& plFoundIdx, std::string_view psFind) const;
+    // Searches the whole array as FindExactFnB; plFoundAt becomes the found
+    // index minus the start (the larger of plFoundAt and the lower bound), so
+    // callers pass the lower bound and add the start back. -1 when absent,
+    // which a match before the start also gives. 16-bit: an index or start
+    // outside -32,768..32,767 fails with 6.
+    void FindExact(VArray& psArray, std::int32_t& plFoundAt, std::string_view psFindMe) const;
+    // Walks the second index of a grid in column plDim, over the bounds of
+    // dimension plDim + 1 from the larger of plFoundAt and that lower bound:
+    // plFoundAt becomes the found index minus that start, or -1.
+    void FindExactMultiDim(VArray& psArray, std::int32_t& plFoundAt, std::string_view psFindMe,
+                           std::int32_t plDim) const;
+    // From the larger of plFoundAt and the lower bound: true with plFoundAt
+    // the index; false with plFoundAt unchanged.
+    bool FindExactVarArrayFnB(VArray& pvArray, std::int32_t& plFoundAt,
+                              std::string_view psFindMe) const;
+    // From the upper bound down, so the last occurrence wins; -1 when absent.
+    void FindExactLong(VArray& plArrayV, std::int32_t plFindWhat, std::int32_t& plInd) const;
+    // The first element from the larger of plFoundAt and the lower bound that
+    // holds psFindMe; plFoundAt its index or -1. An element "" holds nothing.
+    void FindSubstringInStringArray(VArray& psArray, std::int32_t& plFoundAt,
+                                    std::string_view psFindMe) const;
+    // The same as a test: false leaves plFoundAt raised to the lower bound.
+    bool SearchVectorAnyPosFnB(VArray& psDataV, std::int32_t& plFoundAt,
+                               std::string_view psFind) const;
+    // Binary search of an array sorted by upper-cased text for the trimmed
+    // psFindMe; plFoundAt the index, or 0 when absent (so a find at index 0
+    // cannot be told from absence).
+    void FindStringBinary(VArray& psArrayV, std::int32_t& plFoundAt,
+                          std::string_view psFindMe) const;
+
+    // -- Sorts.
+
+    // Shell sort of elements pl1stEle..plLastEle by upper-cased text; equal
+    // keys have no fixed order.
+    void ArraySortStrg(VArray& psDataV, std::int32_t pl1stEle, std::int32_t plLastEle) const;
+    // Orders the elements of a one-dimensional array, or the rows (second
+    // index) of a grid by column plCol, in place: numerically when every key
+    // reads as a number, else by upper-cased text. piDir >= 1 ascending,
+    // < 0 descending, 0 ascending unless already so, then descending. Rows
+    // from the lower bound: plRows of them, or all when plRows < 0 (plRows is
+    // then set to their count). plRowCurr, when a row of that range, follows
+    // its row to the new place. Equal keys keep their order.
+    void SortArray(VArray& psDataA, std::int32_t plCol = 0, std::int16_t piDir = 1,
+                   std::int32_t plRows = -1) const;
+    void SortArray(VArray& psDataA, std::int32_t plCol, std::int16_t piDir, std::int32_t& plRows,
+                   std::int32_t& plRowCurr) const;
+    // Orders grid rows 1..plNumRows by the natural key in column piPsKey
+    // ("B9" before "B10", text before a tab kept as a prefix) and writes each
+    // row's rank from 1 into column piPsSort, as text, where it differs. A
+    // row whose rank changed gets its id in column piPsRecID (when >= 0)
+    // negated, when above 0. Then, with pbSortFinalArray, the whole grid is
+    // sorted by the sort column.
+    void VornTextKeySort(VArray& psDataA, std::int32_t plNumRows, std::int16_t piPsKey,
+                         std::int16_t piPsSort, std::int16_t piPsRecID = -1,
+                         bool pbSortFinalArray = true) const;
+
+    // -- Pointers, dimensions, moves, concatenation.
+
+    // Each element of a one-dimensional array becomes its own index (Long).
+    void PointerArrayInit(VArray& plPointerV) const;
+    // The number of dimensions; 0 for an undimensioned array or a variant
+    // that holds no array.
+    std::int16_t ArrayDimensionsFnI(const VArray& pvArray) const;
+    std::int16_t ArrayDimensionsFnI(const Variant& pvArray) const;
+    // True when dimension plCheckDim exists and its upper bound is 0 or more
+    // (so an array -3..-1 counts as not dimmed); never fails.
+    bool ArrayIsDimmedFnB(const VArray& pvArray, std::int32_t plCheckDim = 1) const;
+    bool ArrayIsDimmedFnB(const Variant& pvArray, std::int32_t plCheckDim = 1) const;
+    // Moves element plPsOld to plPsNew and closes the gap, touching only
+    // elements from plFirstIndex on. plPositionCode adjusts the target: its
+    // negative part when moving up, its positive part when moving down;
+    // plPsNew returns the adjusted target. With pbValueNotIndex plPsOld is a
+    // value, looked up by FindExactLong (one not found fails with 9). A move
+    // that the adjustment turns back past its start changes nothing.
+    void ArrayMemberMoveLong(VArray& plArrayV, std::int32_t plFirstIndex, std::int32_t plPsOld,
+                             std::int32_t& plPsNew, std::int32_t plPositionCode = 0,
+                             bool pbValueNotIndex = false) const;
+    // Appends the second-index entries of psAddV behind those of psBaseV,
+    // keeping the first dimension; psAddV without a second dimension changes
+    // nothing, and a psBaseV without one becomes a copy of psAddV. A first
+    // dimension of psAddV that base lacks fails with 9 before any change.
+    void ConcatenateArrays2D(VArray& psBaseV, VArray& psAddV) const;
+    // A new text array from 0: the elements of ps1V, then those of ps2V.
+    VArray ConcatenateArraysFnVS(VArray& ps1V, VArray& ps2V) const;
+
+    // -- Numbers.
+
+    static constexpr std::int16_t gi_Interp_Arith = 0;
+    static constexpr std::int16_t gi_Interp_Log = 1;
+
+    // pdValue rounded to a multiple of pdRoundTo, halves away from zero,
+    // with a nudge of 4.5e-9 against binary noise when pdRoundTo >= 1e-8.
+    // pdRoundTo 0 fails with 11 (6 for a value of 0), as division did.
+    double RoundToFnD(double pdRoundTo, double pdValue) const;
+    // psData becomes the text of RoundToFnD of the two read as numbers, when
+    // neither is "".
+    void RoundoffText(std::string_view psRoundTo, std::string& psData) const;
+    // Linear interpolation; gi_Interp_Log on either side works on natural
+    // logarithms there. A logarithm of a value <= 0 fails with 5, equal
+    // reference values with 11 (6 when the key equals them too).
+    double InterpolateFnD(double pdKeyVal, double pdRefLow, double pdRefHigh, double pdValLow,
+                          double pdValHigh, std::int16_t piTypeRef = gi_Interp_Arith,
+                          std::int16_t piTypeVal = gi_Interp_Arith) const;
+    // Lays out the ticks and the numbered ticks of a graph axis so that the
+    // numbers do not collide: the number format, the first tick's value and
+    // offset, the tick spacing in length units, and the numbering step (1, 2,
+    // 5 or 10 ticks). piDivNumInc is a 16-bit integer, so an increment below
+    // 1 rounds (half to even) and may fail the division that follows with
+    // 11. A zero side length or data range fails with 11 or 6.
+    void DivNumFreqArith(bool pbDirY, double pdTextHt, float pnDivAngle, double pdSideLen,
+                         double pdDivInc, double pdDataMin, double pdDataMax,
+                         bool pbFrameDivSuppress1000Sep, double& pdDivFirstOffset,
+                         double& pdDivIncCoor, double& pdDivValueStart, std::int16_t& piNumDiv,
+                         std::int16_t& piDivNumInc, double& pdDivNumIncCoor,
+                         std::int16_t& piDivNumTotal, std::string& psDivNumFormat) const;
+    // A spreadsheet column code: 1 "A", 26 "Z", 27 "AA"; "" below 1.
+    std::string AlphaSeqFnS(std::int32_t plNum) const;
+    double MaxValFnD(double a, double b) const { return a > b ? a : b; }
+    float MaxValFnN(float a, float b) const { return a > b ? a : b; }
+    std::int16_t MaxValFnI(std::int16_t a, std::int16_t b) const { return a > b ? a : b; }
+    std::int32_t MaxValFnL(std::int32_t a, std::int32_t b) const { return a > b ? a : b; }
+    double MinValFnD(double a, double b) const { return a < b ? a : b; }
+    float MinValFnN(float a, float b) const { return a < b ? a : b; }
+    std::int16_t MinValFnI(std::int16_t a, std::int16_t b) const { return a < b ? a : b; }
+    std::int32_t MinValFnL(std::int32_t a, std::int32_t b) const { return a < b ? a : b; }
+    void SwapBool(bool& a, bool& b) const { std::swap(a, b); }
+    void SwapDbl(double& a, double& b) const { std::swap(a, b); }
+    void SwapInt(std::int16_t& a, std::int16_t& b) const { std::swap(a, b); }
+    void SwapLng(std::int32_t& a, std::int32_t& b) const { std::swap(a, b); }
+    void SwapSng(float& a, float& b) const { std::swap(a, b); }
+    void SwapStrg(std::string& a, std::string& b) const { std::swap(a, b); }
+    bool BothTrueFnB(bool pbBool1, bool pbBool2) const { return pbBool1 && pbBool2; }
+    // The low 16 bits, 0..65535.
+    std::int32_t LOWORD(std::int32_t plNumber) const { return plNumber & 0xFFFF; }
+    // Clamped to -32,768..32,767, then rounded half to even.
+    std::int16_t ShortIntConstrainFnI(double pdSourceNumber) const;
+    std::int16_t SingleToIntegerOverflowCheckFnI(float pnValue) const;
+
+    // -- Dates and sort keys.
+
+    // The product's date text under FormatDate: "" stays ""; a day number
+    // with a "." is read as a date first; with FormatDate "" the text comes
+    // back as it is. Otherwise the date formatted by FormatDate (two-digit
+    // years 30-99 read as 19xx, others as 20xx) and, when the text has a time
+    // or holds ":0", a blank and the time under FormatTime. Text that is no
+    // date gives "".
+    std::string VornFullDateFnS(std::string_view psDate) const;
+    // VornFullDateFnS of the current date and time.
+    std::string VornNowDate() const;
+    // The current date and time as a day number, in text.
+    std::string NowNumberFnS() const;
+    // A text that sorts in order: a number written in its own canonical form
+    // as "00000000000.00000" (a negative one as its reciprocal), a date of 8
+    // or more characters as "yyyymmddhhnn", anything else unchanged.
+    std::string SortFormatFnS(std::string_view psSort) const;
+    // Turns a date keyword spec into a date format: a character of code 0,
+    // the order digit (0 m/d/y, 1 d/m/y, 2 y/m/d), the day and month width
+    // minus 1, then the keyword (quotes and token delimiters ignored, any
+    // case). False, and the text unchanged, for no spec or an unknown
+    // keyword.
+    bool FormatSpecFnB(std::string& psFormatOrg) const;
+    // Keeps a timer sample: piStart 0 takes a new start and resets the
+    // count; any other value counts a lap and keeps the seconds since the
+    // start.
+    void DebugTime(std::int16_t piStart);
+    std::int32_t DebugTimeCount() const { return debugTimeCount_; }
+    double DebugTimeSeconds() const { return debugTimeSeconds_; }
+    // The clock behind the members that read the current time: a function
+    // giving the local date and time as a serial. nullptr restores the
+    // system clock; tests set a fixed one.
+    using NowFunction = double (*)();
+    void NowClock(NowFunction clock) { nowClock_ = clock; }
+    double NowSerial() const;
+
+    // -- Colours: red in the low byte, then green, then blue.
+
+    // plSteps (at least 2) colours from 0 to plSteps - 1, from plColorStart
+    // to plColorEnd. Each channel steps by (end - start) / plSteps, so the
+    // last gap is larger than the others: the gradient the host expects.
+    void BlendColors(std::int32_t plColorStart, std::int32_t plColorEnd, std::int32_t plSteps,
+                     VArray& plGradColorsV) const;
+    // The three bytes from the low end; a colour below 1 gives zeros.
+    void WinColorToRGB(std::int32_t plColor, std::int16_t& piRed, std::int16_t& piGreen,
+                       std::int16_t& piBlue) const;
+    // The factor that fits the source box into the final box; a final size
+    // of 0 (or a source size of 0) does not limit; no limit gives 1.
+    double FindControllingScaleFactorFnD(double pdSourceWid, double pdSourceHt, double pdFinalHt,
+                                         double pdFinalWid) const;
+
+private:
+    NowFunction nowClock_ = nullptr;
+    double debugTimeStart_ = 0.0;
+    double debugTimeSeconds_ = 0.0;
+    std::int32_t debugTimeCount_ = 0;
 
 private:
     // The text of a text id with its replacements, from the session's text
