@@ -24,8 +24,10 @@ function(vorn_library name folder)
 endfunction()
 
 # One GoogleTest executable per test folder: every .cpp in tests/<folder>/.
+# TEST_PROPERTIES adds properties to every test (a fixture the tests need,
+# for instance); each value must be a single list element.
 function(vorn_tests name folder)
-  cmake_parse_arguments(ARG "" "" "LIBS;SUBFOLDERS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "LIBS;SUBFOLDERS;TEST_PROPERTIES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*.cpp")
   foreach(sub IN LISTS ARG_SUBFOLDERS)
     file(GLOB sub_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/${sub}/*.cpp")
@@ -37,7 +39,9 @@ function(vorn_tests name folder)
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} vorn_testsupport GTest::gtest GTest::gmock GTest::gtest_main)
+  # One variable only: a list value would reach the test script split into
+  # its elements. Tests find their data from the source tree's root.
   gtest_discover_tests(${name}
-    PROPERTIES ENVIRONMENT "VORN_SOURCE_DIR=${PROJECT_SOURCE_DIR};VORN_SHARED_DIR=${PROJECT_SOURCE_DIR}/../shared"
+    PROPERTIES ${ARG_TEST_PROPERTIES} ENVIRONMENT "VORN_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
     DISCOVERY_TIMEOUT 60)
 endfunction()

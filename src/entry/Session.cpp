@@ -1,5 +1,6 @@
 #include "entry/Session.h"
 
+#include "dbcontract/DalSession.h"
 #include "forms/CAxControls.h"
 #include "foundation/CAx0.h"
 #include "foundation/CDoTrace.h"
@@ -36,7 +37,9 @@ void StartSession(SessionOptions options) {
     // Callbacks joins here with the data model.
     Make<CFile>();     // File
     Make<CDoTrace>();  // Trace
-    // Index, JetOps, UserTab, DalSession and Upsize join here, in that order.
+    // Index, JetOps and UserTab join here with the data model.
+    Make<DalSession>();  // DalSession
+    // Upsize joins here, last.
 }
 
 bool SessionStarted() { return StartedFlag(); }

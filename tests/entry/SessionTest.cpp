@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dbcontract/DalSession.h"
 #include "forms/CAxControls.h"
 #include "foundation/CAx0.h"
 #include "foundation/CDoTrace.h"
@@ -37,6 +38,7 @@ TEST(Session, ObjectsAreMissingBeforeTheStartAndMadeOnceByIt) {
     Progress();
     File();
     Trace();
+    TheDalSession();
     EXPECT_EQ(TextStr().TextStringGetFnS(987654321), "???TextID 987654321???");
 }
 

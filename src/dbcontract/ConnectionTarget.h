@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "dbcontract/ServerConnection.h"
+
+namespace vorn {
+
+// Where a user points the system: a provider, a server, a database and an
+// account. Built from a URL on the command line or by a host:
+//   sqlite:PATH                                   provider 16; PATH is the
+//       database file, ".sqlite" added when missing
+//   mysql://USER@HOST[:PORT]/DATABASE             provider 8 over TCP
+//   mysql://USER@localhost/DATABASE?socket=PATH   provider 8 on a unix socket
+// The password never comes from the URL: it is taken from the environment
+// variable VORN_PASSWORD, or asked for.
+struct ConnectionTarget {
+    std::int16_t provider = 0;
+    std::string server;
+    std::string database;
+    std::string user;
+    std::string password;
+
+    // Parses a URL of the forms above. Fails with 5 (invalid argument) and a
+    // message that quotes the URL when it is of no known form, or holds a
+    // password.
+    static ConnectionTarget FromUrl(std::string_view url);
+
+    // Sets `password` from VORN_PASSWORD, else from `ask` (given a prompt
+    // that names the target), when the target has a user and no password.
+    void ResolvePassword(const std::function<std::string(std::string_view prompt)>& ask);
+
+    // The DalConnection connect string of the target.
+    std::string ConnectString() const;
+};
+
+// The connect strings of DalConnection: "Server=<s>;Database=<d>;Uid=<u>;
+// Pwd=<p>;", "Trusted_Connection=yes;" in place of the account for
+// integrated sign-on. A value holding ";", "=", "{" or outer blanks is put in
+// braces, "}" doubled inside. The same form serves every provider. An
+// empty `database` leaves its part out.
+std::string BuildConnectText(std::string_view server, std::string_view database,
+                             std::string_view user, std::string_view password, bool integrated);
+
+// The target of a connect string of `provider`; keys compare ignoring case
+// ("Data Source" and "Initial Catalog", "User ID" and "Password" are taken
+// too). A MySQL server text is taken apart into host, port and socket: a
+// text starting with "/" is a socket on localhost.
+ServerTarget ParseConnectText(std::int16_t provider, std::string_view text);
+
+}  // namespace vorn

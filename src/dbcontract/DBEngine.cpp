@@ -1,0 +1,64 @@
+#include "dbcontract/DBEngine.h"
+
+#include <filesystem>
+
+#include "dbcontract/jet/JetProjectFile.h"
+#include "dbcontract/sqlite/SqliteProjectFile.h"
+#include "runtime/ErrorNumbers.h"
+
+namespace vorn {
+namespace {
+
+std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& name, bool readOnly) {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(name, ec)) {
+        throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + name + "'.");
+    }
+    if (SqliteProjectFile::LooksLikeProjectFile(name)) return SqliteProjectFile::Open(name, readOnly);
+    // A Jet or ACE file is always served read only, as a copy.
+    if (JetProjectFile::LooksLikeJet(name)) return JetProjectFile::Open(name);
+    throw VornError(errnum::kJetUnrecognizedFormat, "DAO.DBEngine",
+                    "Unrecognized database format '" + name + "'.");
+}
+
+}  // namespace
+
+Workspace& DBEngine::Workspaces(std::int32_t index) {
+    if (index != 0) {
+        throw VornError(errnum::kJetItemNotFound, "DAO.DBEngine", "Item not found in this collection.");
+    }
+    return workspace_;
+}
+
+std::shared_ptr<Database> DBEngine::OpenDatabase(const std::string& name, std::int32_t, bool readOnly,
+                                                 const std::string& connect) {
+    return WithDaoErrors([&] {
+        if (!connect.empty()) {
+            throw VornError(errnum::kJetOperationNotSupported, "DAO.DBEngine",
+                            "Opening a database through an ODBC connect string is not supported: " + connect);
+        }
+        auto database = std::make_shared<Database>(OpenBackend(name, readOnly));
+        workspace_.Add(database);
+        return database;
+    });
+}
+
+std::shared_ptr<Database> DBEngine::CreateDatabase(const std::string& name, const std::string& locale, std::int32_t) {
+    return WithDaoErrors([&] {
+        auto database = std::make_shared<Database>(SqliteProjectFile::Create(name, locale));
+        workspace_.Add(database);
+        return database;
+    });
+}
+
+void DBEngine::CompactDatabase(const std::string& source, const std::string& destination, const std::string&,
+                               std::int32_t) {
+    WithDaoErrors([&] { SqliteProjectFile::Compact(source, destination); });
+}
+
+DBEngine& DaoEngine() {
+    static DBEngine engine;
+    return engine;
+}
+
+}  // namespace vorn

@@ -1,0 +1,134 @@
+#include "entry/ConvertCommand.h"
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+#include "dbcontract/DBEngine.h"
+#include "dbcontract/jet/JetProjectFile.h"
+#include "runtime/ErrorNumbers.h"
+#include "runtime/UserInterface.h"
+#include "runtime/VornError.h"
+
+namespace vorn {
+namespace {
+
+struct ConvertArguments {
+    std::string source;
+    std::string target;
+    bool force = false;
+};
+
+// Reads the arguments after "convert"; nullopt (after telling why) when
+// they are not SOURCE TARGET [--force].
+std::optional<ConvertArguments> ParseArguments(int argc, char** argv) {
+    ConvertArguments parsed;
+    for (int i = 2; i < argc; ++i) {
+        const std::string_view arg = argv[i];
+        if (arg == "--force") {
+            parsed.force = true;
+        } else if (arg.starts_with("--")) {
+            std::fprintf(stderr, "vornc convert: unknown option '%s'\n", argv[i]);
+            return std::nullopt;
+        } else if (parsed.source.empty()) {
+            parsed.source = arg;
+        } else if (parsed.target.empty()) {
+            parsed.target = arg;
+        } else {
+            std::fprintf(stderr, "vornc convert: unexpected argument '%s'\n", argv[i]);
+            return std::nullopt;
+        }
+    }
+    if (parsed.target.empty()) {
+        std::fputs("vornc convert: name the source and the new project file, "
+                   "e.g. vornc convert site1.mdb site1.vpj [--force]\n",
+                   stderr);
+        return std::nullopt;
+    }
+    return parsed;
+}
+
+// Shows the rows copied on a terminal; the user's abort stops the work.
+class ConvertProgress {
+public:
+    explicit ConvertProgress(const std::string& source) {
+        if (isatty(STDERR_FILENO) == 0) return;
+        display_ = Ui().MakeProgressDisplay();
+        display_->Show("Converting " + source);
+        display_->ProgressBarVisible(true);
+        display_->ProgressLabel(true);
+    }
+    ~ConvertProgress() {
+        if (display_) display_->Close();
+    }
+    ConvertProgress(const ConvertProgress&) = delete;
+    ConvertProgress& operator=(const ConvertProgress&) = delete;
+
+    void Show(const std::string& table, std::int64_t done, std::int64_t total) {
+        if (!display_) return;
+        display_->FloodPercent(static_cast<std::int16_t>(total > 0 ? done * 100 / total : 0));
+        display_->ProgressText("Table " + table + ": " + std::to_string(done) + " of " + std::to_string(total) + " rows");
+        if (display_->TakeRequest() != ProgressRequest::kNone) {
+            throw VornError(errnum::kJetCannotPerform, "vornc", "The conversion was cancelled; nothing was written.");
+        }
+    }
+
+private:
+    std::unique_ptr<ProgressDisplay> display_;
+};
+
+void Convert(const ConvertArguments& args) {
+    if (!std::filesystem::exists(args.source)) {
+        throw VornError(errnum::kJetFileNotFound, "vornc", "Could not find file '" + args.source + "'.");
+    }
+    if (!JetProjectFile::LooksLikeJet(args.source)) {
+        // One of our own (or no project file at all, which the engine tells):
+        // compacted beside the target and put in its place when whole.
+        if (std::filesystem::exists(args.target) && !args.force) {
+            throw VornError(errnum::kJetDatabaseExists, "vornc",
+                            "The file '" + args.target + "' already exists; give --force to replace it.");
+        }
+        const std::string partial = args.target + ".partial-" + std::to_string(getpid());
+        std::error_code ignored;
+        std::filesystem::remove(partial, ignored);
+        try {
+            DaoEngine().CompactDatabase(args.source, partial);
+            std::filesystem::rename(partial, args.target);
+        } catch (...) {
+            std::filesystem::remove(partial, ignored);
+            throw;
+        }
+        return;
+    }
+    ConvertProgress progress(args.source);
+    JetOpenOptions options;
+    options.progress = [&progress](const std::string& table, std::int64_t done, std::int64_t total) {
+        progress.Show(table, done, total);
+    };
+    for (const std::string& warning : JetProjectFile::Convert(args.source, args.target, args.force, options)) {
+        std::fprintf(stderr, "vornc convert: warning: %s\n", warning.c_str());
+    }
+}
+
+}  // namespace
+
+int RunConvert(int argc, char** argv) {
+    const auto args = ParseArguments(argc, argv);
+    if (!args) return 2;
+    try {
+        Convert(*args);
+        return 0;
+    } catch (const VornError& e) {
+        std::fprintf(stderr, "vornc convert: %s (error %d)\n", e.Description().c_str(), e.Number());
+        return 1;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "vornc convert: %s\n", e.what());
+        return 1;
+    }
+}
+
+}  // namespace vorn
