@@ -1,5 +1,6 @@
 #include "dbcontract/jet/JetProjectFile.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -190,12 +191,33 @@ void Report(const std::string& path, const std::vector<std::string>& warnings, c
     Ui().MessageBox({text, "Reading a project file", MsgIcon::kExclamation, MsgButtons::kOk, 1, "jet-read-warnings"});
 }
 
-// A fresh folder that only this user can enter.
+constexpr const char* kFolderPrefix = "vorn-jet-";
+constexpr const char* kOwnerFile = "owner.pid";
+
+// Removes the private folders of processes that ended without closing
+// their copies (killed, or crashed): each folder names its process.
+void SweepAbandonedFolders() {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(fs::temp_directory_path(), error)) {
+        if (!entry.path().filename().string().starts_with(kFolderPrefix)) continue;
+        std::ifstream owner(entry.path() / kOwnerFile);
+        long pid = 0;
+        if (!(owner >> pid) || pid <= 0) continue;
+        if (kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH) {
+            std::error_code ignored;  // another process may sweep it at the same time
+            fs::remove_all(entry.path(), ignored);
+        }
+    }
+}
+
+// A fresh folder that only this user can enter, marked with this process.
 fs::path PrivateFolder() {
-    std::string pattern = (fs::temp_directory_path() / "vorn-jet-XXXXXX").string();
+    SweepAbandonedFolders();
+    std::string pattern = (fs::temp_directory_path() / (std::string(kFolderPrefix) + "XXXXXX")).string();
     if (mkdtemp(pattern.data()) == nullptr) {
         Fail(errnum::kJetCannotOpenFile, std::string("Cannot make a temporary folder: ") + std::strerror(errno) + ".");
     }
+    std::ofstream(fs::path(pattern) / kOwnerFile) << getpid() << "\n";
     return pattern;
 }
 

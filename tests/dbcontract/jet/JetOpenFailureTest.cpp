@@ -5,7 +5,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <random>
+#include <sys/wait.h>
+#include <unistd.h>
 
 
 #include "dbcontract/jet/JetProjectFile.h"
@@ -131,18 +134,54 @@ TEST_F(JetOpenFailureTest, OpeningAGoodFileWritesNothingBesideIt) {
     EXPECT_EQ(Entries(), entries);
 }
 
+// Points the temporary folder elsewhere while it lives.
+class TemporaryFolderAt {
+public:
+    explicit TemporaryFolderAt(const fs::path& path) {
+        const char* old = std::getenv("TMPDIR");
+        if (old != nullptr) saved_ = old;
+        setenv("TMPDIR", path.c_str(), 1);
+    }
+    ~TemporaryFolderAt() {
+        if (saved_) setenv("TMPDIR", saved_->c_str(), 1); else unsetenv("TMPDIR");
+    }
+    TemporaryFolderAt(const TemporaryFolderAt&) = delete;
+    TemporaryFolderAt& operator=(const TemporaryFolderAt&) = delete;
+
+private:
+    std::optional<std::string> saved_;
+};
+
 TEST_F(JetOpenFailureTest, TheCopyLivesInAPrivateFolderUntilClose) {
     testing::TempFolder temp;
-    const char* old = std::getenv("TMPDIR");
-    const std::string saved = old == nullptr ? "" : old;
-    setenv("TMPDIR", temp.path().c_str(), 1);
-    auto database = JetProjectFile::Open(Copy("jet4-decimal.mdb", "a.mdb").string(), QuietOptions());
-    if (old == nullptr) unsetenv("TMPDIR"); else setenv("TMPDIR", saved.c_str(), 1);
+    std::unique_ptr<DatabaseBackend> database;
+    {
+        const TemporaryFolderAt redirected(temp.path());
+        database = JetProjectFile::Open(Copy("jet4-decimal.mdb", "a.mdb").string(), QuietOptions());
+    }
     std::vector<fs::path> made(fs::directory_iterator(temp.path()), fs::directory_iterator());
     ASSERT_EQ(made.size(), 1u);
     EXPECT_EQ(fs::status(made[0]).permissions() & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
     database->Close();
     EXPECT_TRUE(fs::is_empty(temp.path()));
+}
+
+TEST_F(JetOpenFailureTest, FoldersOfProcessesThatDiedAreSweptAtTheNextOpen) {
+    testing::TempFolder temp;
+    const pid_t dead = fork();
+    if (dead == 0) _exit(0);
+    waitpid(dead, nullptr, 0);
+    const auto abandoned = temp / "vorn-jet-abandoned";
+    const auto alive = temp / "vorn-jet-alive";
+    for (const auto& [folder, pid] : {std::pair{abandoned, dead}, std::pair{alive, getpid()}}) {
+        fs::create_directory(folder);
+        testing::WriteFile(folder / "owner.pid", std::to_string(pid) + "\n");
+        testing::WriteFile(folder / "copy.vpj", "left behind");
+    }
+    const TemporaryFolderAt redirected(temp.path());
+    JetProjectFile::Open(Copy("jet4-decimal.mdb", "a.mdb").string(), QuietOptions())->Close();
+    EXPECT_FALSE(fs::exists(abandoned));
+    EXPECT_TRUE(fs::exists(alive / "copy.vpj"));
 }
 
 // ---- Database passwords ------------------------------------------------------
