@@ -106,7 +106,7 @@ constexpr std::array<DateKeyword, 7> kDateKeywords = {{
     {"FDUNABBRMONTHORDDAY", "yyyy", "mmmm", "", true},
 }};
 
-// Joins the parts in the spec's order: 1 day first, 2 year first, else month
+// Joins the parts in the format's order: 1 day first, 2 year first, else month
 // first. Named months stand between blanks, with ", " before a trailing year
 // of the month-first order.
 std::string JoinDateParts(int order, const DateKeyword& form, const std::string& month,

@@ -1,4 +1,4 @@
-// CAx0: data tokens, delimiter matching, field specifications and the
+// CAx0: data tokens, delimiter matching, table-dot-field specs and the
 // cursor parsers (plain pieces, CSV fields, fixed-width fields).
 
 #include <algorithm>
@@ -131,7 +131,7 @@ void CAx0::ParentChildSpecParse(std::string_view psFullSpec, std::string& psPare
     if (bang == 0) {
         psParent = utf8::ToUpper(psFullSpec);
         // The child is taken from a fixed far position, so that a very long
-        // specification without "!" still yields its tail as the child.
+        // field spec without "!" still yields its tail as the child.
         psChild = utf8::ToUpper(utf8::Trim(utf8::Mid(psFullSpec, 32767)));
         return;
     }
