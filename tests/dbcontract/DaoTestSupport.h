@@ -10,16 +10,6 @@
 
 namespace vorn::testing {
 
-// The number of the failure that `step` raises, 0 when it raises none.
-inline int FailureNumber(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
-
 inline const char* kJetLocale = ";LANGID=0x0409;CP=1252;COUNTRY=0";
 
 // A new project file in a temp folder, made through the engine.

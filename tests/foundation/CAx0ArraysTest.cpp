@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -12,15 +14,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 VArray Texts(const std::vector<std::string>& items, std::int32_t lower = 0) {
     std::vector<Variant> values(items.begin(), items.end());
@@ -81,7 +76,7 @@ TEST(CAx0ArraySearch, FindExactAnswersRelativeToTheStartPassed) {
     }
     VArray far = Texts({"a"}, 40000);  // positions are held in 16 bits
     std::int32_t at = 0;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.FindExact(far, at, "a"); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.FindExact(far, at, "a"); }), errnum::kOverflow);
 }
 
 TEST(CAx0ArraySearch, FindExactFnBUsesTheArraysOwnIndexes) {
@@ -208,9 +203,9 @@ TEST(CAx0ArraySearch, AnUndimensionedArrayFailsAtItsBounds) {
     const CAx0 ax;
     VArray empty;
     std::int32_t at = 0;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.FindExact(empty, at, "a"); }), errnum::kSubscriptOutOfRange);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.FindExactLong(empty, 1, at); }), errnum::kSubscriptOutOfRange);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.SortArray(empty); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.FindExact(empty, at, "a"); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.FindExactLong(empty, 1, at); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.SortArray(empty); }), errnum::kSubscriptOutOfRange);
 }
 
 // ---- Sorts ------------------------------------------------------------------------
@@ -428,7 +423,7 @@ TEST(CAx0ArrayShape, ArrayMemberMoveLongByValue) {
     std::int32_t newPlace = 0;
     ax.ArrayMemberMoveLong(array, 0, 9, newPlace, 0, true);
     EXPECT_EQ(array, Longs({9, 7, 8}, 0));
-    EXPECT_EQ(ErrorNumberOf([&] { ax.ArrayMemberMoveLong(array, 0, 42, newPlace, 0, true); }),
+    EXPECT_EQ(FailureNumber([&] { ax.ArrayMemberMoveLong(array, 0, 42, newPlace, 0, true); }),
               errnum::kSubscriptOutOfRange);
     EXPECT_EQ(array, Longs({9, 7, 8}, 0));
 }
@@ -463,7 +458,7 @@ TEST(CAx0ArrayShape, ConcatenateArrays2DAppendsAlongTheSecondIndex) {
 
     VArray wide;
     wide.ReDim(0, 4, 0, 0);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.ConcatenateArrays2D(base, wide); }),
+    EXPECT_EQ(FailureNumber([&] { ax.ConcatenateArrays2D(base, wide); }),
               errnum::kSubscriptOutOfRange);
     EXPECT_EQ(base, before);
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <string>
 #include <vector>
 
@@ -11,15 +13,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 TEST(CAx0Conversions, LocalizedTrueIsTrue) { EXPECT_EQ(CAx0().LocalizedTrue(), "True"); }
 
@@ -96,9 +91,9 @@ TEST(CAx0Conversions, FourBytesLittleEndian) {
     EXPECT_EQ(ax.CVByteFnL({1, 0, 0, 0}, 0), 1);
     EXPECT_EQ(ax.CVByteFnL({9, 0x78, 0x56, 0x34, 0x12}, 1), 0x12345678);
     EXPECT_EQ(ax.CVByteFnL({0xFF, 0xFF, 0xFF, 0x7F}, 0), 2147483647);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.CVByteFnL({0, 0, 0, 0x80}, 0); }), errnum::kOverflow);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.CVByteFnL({1, 2, 3, 4, 5}, 2); }), errnum::kSubscriptOutOfRange);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.CVByteFnL({1, 2, 3, 4}, -1); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.CVByteFnL({0, 0, 0, 0x80}, 0); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.CVByteFnL({1, 2, 3, 4, 5}, 2); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.CVByteFnL({1, 2, 3, 4}, -1); }), errnum::kSubscriptOutOfRange);
 }
 
 TEST(CAx0Conversions, ColourNumbers) {
@@ -131,7 +126,7 @@ TEST(CAx0Characters, LeftNumber) {
         {"", ""},           {" 7 ", " 7"},      {"1e", "1"},   {"&H1Fz", "&H1F"}, {"2.5.1", "2.5"},
     };
     for (const auto& [datum, expected] : cases) EXPECT_EQ(ax.LeftNumberFnS(datum), expected) << datum;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.LeftNumberFnS(std::string(32768, '1')); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.LeftNumberFnS(std::string(32768, '1')); }), errnum::kOverflow);
     EXPECT_EQ(ax.LeftNumberFnS(std::string(32767, 'x')), "");
 }
 
@@ -142,7 +137,7 @@ TEST(CAx0Characters, LongestString) {
     EXPECT_EQ(ax.LongestStrFnI(items, 2), 2);
     EXPECT_EQ(ax.LongestStrFnI(items, 4), 0);
     const VArray huge = VArray::FromStrings({std::string(32768, 'x')});
-    EXPECT_EQ(ErrorNumberOf([&] { ax.LongestStrFnI(huge, 0); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.LongestStrFnI(huge, 0); }), errnum::kOverflow);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <string>
 #include <vector>
 
@@ -10,15 +12,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 using Pieces = std::vector<std::string>;
 
@@ -160,7 +155,7 @@ TEST(CAx0EndQuote, PositionBehindTheClosingQuote) {
         EXPECT_EQ(start, c.startAfter) << c.text;
     }
     std::int32_t zero = 0;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.EndQuotePsFnL(zero, "\"a\""); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { ax.EndQuotePsFnL(zero, "\"a\""); }), errnum::kInvalidProcedureCall);
 }
 
 TEST(CAx0FixedField, FieldsByWidth) {
@@ -180,10 +175,10 @@ TEST(CAx0FixedField, CursorIsHeldInSixteenBits) {
     EXPECT_EQ(ax.GetFxFldFnS(cursor, 7, "x"), "");
     EXPECT_EQ(cursor, 32767);
     cursor = 32760;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.GetFxFldFnS(cursor, 8, "x"); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.GetFxFldFnS(cursor, 8, "x"); }), errnum::kOverflow);
     EXPECT_EQ(cursor, 32760);
     cursor = 0;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.GetFxFldFnS(cursor, 1, "x"); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { ax.GetFxFldFnS(cursor, 1, "x"); }), errnum::kInvalidProcedureCall);
 }
 
 TEST(CAx0ReplaceString, OneOccurrenceACallIgnoringCase) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <string>
 #include <vector>
 
@@ -10,15 +12,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 struct AddCase {
     std::string list;
@@ -73,7 +68,7 @@ TEST(CAx0CommaList, RemoveTakesWholeItemsOnly) {
         EXPECT_EQ(list, c.expected) << c.list << " - " << c.item;
     }
     std::string list = "a,b";
-    EXPECT_EQ(ErrorNumberOf([&] { ax.RemoveFromCommaList(list, "a", 2); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { ax.RemoveFromCommaList(list, "a", 2); }), errnum::kInvalidProcedureCall);
 }
 
 struct FindCase {
@@ -151,7 +146,7 @@ TEST(CAx0CommaList, ToArrayRepeatsOnlyTheDelimitersFirstCharacter) {
     // "|" in front of "a||b" makes "|a" the item at 0: the upper bound is 1.
     EXPECT_EQ(ax.CommaListToArrayFnL("a||b", items, 1, "||"), 1);
     EXPECT_EQ(items[0], Variant("|a"));
-    EXPECT_EQ(ErrorNumberOf([&] { ax.CommaListToArrayFnL("a", items, 1, ""); }),
+    EXPECT_EQ(FailureNumber([&] { ax.CommaListToArrayFnL("a", items, 1, ""); }),
               errnum::kInvalidProcedureCall);
 }
 
@@ -161,7 +156,7 @@ TEST(CAx0DelimList, JoinFromElementZero) {
     EXPECT_EQ(ax.DelimListFnS("-", items), "a--3");
     EXPECT_EQ(ax.DelimListFnS(", ", VArray::FromStrings({"x"})), "x");
     const VArray fromOne = VArray::FromItems({Variant("a")}, 1);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.DelimListFnS(",", fromOne); }), errnum::kSubscriptOutOfRange);
+    EXPECT_EQ(FailureNumber([&] { ax.DelimListFnS(",", fromOne); }), errnum::kSubscriptOutOfRange);
 }
 
 TEST(CAx0DelimList, ItemByNumber) {
@@ -184,7 +179,7 @@ TEST(CAx0DelimList, FirstDataSkipsEmptyElements) {
     EXPECT_EQ(ax.FirstDataFnS(VArray::FromStrings({"", ""})), "");
     VArray wide;
     wide.ReDim(32767, 32768);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.FirstDataFnS(wide); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.FirstDataFnS(wide); }), errnum::kOverflow);
 }
 
 TEST(CAx0CommaList, TrimCommasCutsOnlyCommas) {

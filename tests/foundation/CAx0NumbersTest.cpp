@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <string>
 #include <vector>
 
@@ -12,15 +14,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 // ---- Rounding and interpolation ------------------------------------------------
 
@@ -47,7 +42,7 @@ TEST(CAx0Numbers, RoundToFnDRoundsHalvesAwayFromZero) {
         EXPECT_NEAR(ax.RoundToFnD(c.roundTo, c.value), c.expected, 1e-12)
             << c.roundTo << " " << c.value;
     }
-    EXPECT_EQ(ErrorNumberOf([&] { ax.RoundToFnD(0, 3); }), errnum::kDivisionByZero);
+    EXPECT_EQ(FailureNumber([&] { ax.RoundToFnD(0, 3); }), errnum::kDivisionByZero);
 }
 
 TEST(CAx0Numbers, RoundoffTextRewritesOnlyWhenBothAreGiven) {
@@ -76,9 +71,9 @@ TEST(CAx0Numbers, InterpolateFnDArithmeticAndLogarithmic) {
     // Log values: halfway between 1 and 100 is 10.
     EXPECT_NEAR(ax.InterpolateFnD(0.5, 0, 1, 1, 100, CAx0::gi_Interp_Arith, CAx0::gi_Interp_Log),
                 10, 1e-9);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.InterpolateFnD(1, 0, 10, 1, 2, CAx0::gi_Interp_Log); }),
+    EXPECT_EQ(FailureNumber([&] { ax.InterpolateFnD(1, 0, 10, 1, 2, CAx0::gi_Interp_Log); }),
               errnum::kInvalidProcedureCall);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.InterpolateFnD(1, 5, 5, 1, 2); }), errnum::kDivisionByZero);
+    EXPECT_EQ(FailureNumber([&] { ax.InterpolateFnD(1, 5, 5, 1, 2); }), errnum::kDivisionByZero);
 }
 
 // ---- Axis division --------------------------------------------------------------
@@ -155,9 +150,9 @@ TEST(CAx0Numbers, DivNumFreqArithFormatsByTheIncrementsDecimals) {
     EXPECT_DOUBLE_EQ(r.valueStart, -10);
     EXPECT_EQ(r.numDiv, 6);  // -10 .. 15
     // A zero data range or side cannot be laid out.
-    EXPECT_EQ(ErrorNumberOf([] { Axis(false, 0.1, 0, 10, 5, 3, 3, false); }),
+    EXPECT_EQ(FailureNumber([] { Axis(false, 0.1, 0, 10, 5, 3, 3, false); }),
               errnum::kDivisionByZero);
-    EXPECT_EQ(ErrorNumberOf([] { Axis(false, 0.1, 0, 0, 5, 0, 10, false); }),
+    EXPECT_EQ(FailureNumber([] { Axis(false, 0.1, 0, 0, 5, 0, 10, false); }),
               errnum::kDivisionByZero);
 }
 

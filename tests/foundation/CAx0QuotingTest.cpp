@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,15 +13,8 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 // One row: a member applied to an input, and what it must give.
 struct RewriteCase {
@@ -146,7 +141,7 @@ TEST(CAx0Rewrites, RemoveCharsTakesOnlyAsManyCharactersAsTheSourceHas) {
     for (const auto& [source, chars, caseSensitive, expected] : cases) {
         EXPECT_EQ(ax.RemoveCharsFnS(source, chars, caseSensitive), expected) << source << " - " << chars;
     }
-    EXPECT_EQ(ErrorNumberOf([&] { ax.RemoveCharsFnS(std::string(32768, 'a'), "a"); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.RemoveCharsFnS(std::string(32768, 'a'), "a"); }), errnum::kOverflow);
     EXPECT_EQ(ax.RemoveCharsFnS(std::string(32767, 'a') , "a"), "");
 }
 
@@ -154,7 +149,7 @@ TEST(CAx0Rewrites, StripQuotesHoldsItsLengthInSixteenBits) {
     const CAx0 ax;
     const std::string longest = "\"" + std::string(32765, 'x') + "\"";
     EXPECT_EQ(ax.StripQuotesFnS(longest), std::string(32765, 'x'));
-    EXPECT_EQ(ErrorNumberOf([&] { ax.StripQuotesFnS(longest + " "); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.StripQuotesFnS(longest + " "); }), errnum::kOverflow);
 }
 
 struct StripCase {
@@ -214,7 +209,7 @@ TEST(CAx0Rewrites, ChangeCaseWithinTheRange) {
 TEST(CAx0Rewrites, ChangeCaseTakesTheLengthInSixteenBits) {
     const CAx0 ax;
     const std::string text(32768, 'a');
-    EXPECT_EQ(ErrorNumberOf([&] { ax.ChangeCaseFnS('U', text, 1, 0); }), errnum::kOverflow);
+    EXPECT_EQ(FailureNumber([&] { ax.ChangeCaseFnS('U', text, 1, 0); }), errnum::kOverflow);
     EXPECT_EQ(ax.ChangeCaseFnS('U', text, 1, 2).substr(0, 3), "AAa");
 }
 

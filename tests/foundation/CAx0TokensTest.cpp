@@ -13,18 +13,11 @@
 namespace vorn {
 namespace {
 
-template <class Step>
-std::int32_t ErrorNumberOf(Step&& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 TEST(CAx0Session, AxIsTheOneObjectOnceMade) {
-    EXPECT_EQ(ErrorNumberOf([] { Ax(); }), errnum::kObjectVariableNotSet);
+    EXPECT_EQ(FailureNumber([] { Ax(); }), errnum::kObjectVariableNotSet);
     CAx0& made = SessionSlot<CAx0>::Make(std::make_unique<CAx0>());
     EXPECT_EQ(&Ax(), &made);
     SessionSlot<CAx0>::ResetForTests();
@@ -66,7 +59,7 @@ TEST(CAx0MatchDelim, LengthThroughTheBalancingCloser) {
 
 TEST(CAx0MatchDelim, CursorBelowOneIsAnInvalidArgument) {
     const CAx0 ax;
-    EXPECT_EQ(ErrorNumberOf([&] { ax.MatchDelimFnL(0, "<<a>>", "<<", ">>"); }),
+    EXPECT_EQ(FailureNumber([&] { ax.MatchDelimFnL(0, "<<a>>", "<<", ">>"); }),
               errnum::kInvalidProcedureCall);
 }
 
@@ -127,7 +120,7 @@ TEST(CAx0DataToken, SkipPassesOverBalancedTokensOnly) {
     EXPECT_EQ(cursor, 10);
     EXPECT_FALSE(ax.DataTokenSkipFnB(cursor, "<<a <<b>>c"));
     EXPECT_EQ(cursor, 0);
-    EXPECT_EQ(ErrorNumberOf([&] { ax.DataTokenSkipFnB(cursor, "<<a>>"); }),
+    EXPECT_EQ(FailureNumber([&] { ax.DataTokenSkipFnB(cursor, "<<a>>"); }),
               errnum::kInvalidProcedureCall);
 }
 
@@ -237,7 +230,7 @@ TEST_F(CAx0TableFieldTest, DotPastTheSixteenBitRangeOverflows) {
     EXPECT_TRUE(ax_.TableFieldStringValidFnB(near, true, dot, message));
     EXPECT_EQ(dot, 32767);
     const std::string far = std::string(32767, 'T') + ".F";
-    EXPECT_EQ(ErrorNumberOf([&] { ax_.TableFieldStringValidFnB(far, true, dot, message); }),
+    EXPECT_EQ(FailureNumber([&] { ax_.TableFieldStringValidFnB(far, true, dot, message); }),
               errnum::kOverflow);
 }
 

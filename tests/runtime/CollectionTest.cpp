@@ -2,19 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include "runtime/ErrorNumbers.h"
 
 namespace vorn {
 namespace {
 
-int NumberOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 TEST(Collection, KeysIgnoreCaseAndPositionsCountFromOne) {
     Collection<int> tables;
@@ -34,17 +30,17 @@ TEST(Collection, KeysIgnoreCaseAndPositionsCountFromOne) {
 TEST(Collection, DuplicateKeyFailsWith457AndLeavesTheCollectionAsItWas) {
     Collection<int> c;
     c.Add(1, "Umsätze");
-    EXPECT_EQ(NumberOf([&] { c.Add(2, "UMSÄTZE"); }), errnum::kDuplicateKey);
+    EXPECT_EQ(FailureNumber([&] { c.Add(2, "UMSÄTZE"); }), errnum::kDuplicateKey);
     EXPECT_EQ(c.Count(), 1);
 }
 
 TEST(Collection, MissingKeyOrPositionFailsWith5) {
     Collection<int> c;
     c.Add(1, "a");
-    EXPECT_EQ(NumberOf([&] { c.Item("b"); }), errnum::kInvalidProcedureCall);
-    EXPECT_EQ(NumberOf([&] { c.Item(0); }), errnum::kInvalidProcedureCall);
-    EXPECT_EQ(NumberOf([&] { c.Item(2); }), errnum::kInvalidProcedureCall);
-    EXPECT_EQ(NumberOf([&] { c.Remove("b"); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { c.Item("b"); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { c.Item(0); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { c.Item(2); }), errnum::kInvalidProcedureCall);
+    EXPECT_EQ(FailureNumber([&] { c.Remove("b"); }), errnum::kInvalidProcedureCall);
 }
 
 TEST(Collection, RemoveShiftsPositionsAndFreesTheKey) {

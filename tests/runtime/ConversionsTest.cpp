@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <cmath>
 #include <ctime>
 #include <functional>
@@ -17,15 +19,8 @@
 namespace vorn {
 namespace {
 
-// The error number a step raises, 0 when it raises none.
-int ErrorOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 double Date(int y, int m, int d, int h = 0, int mi = 0, int s = 0) {
     const double day = DateSerial(y, m, d);
@@ -98,8 +93,8 @@ TEST(CStr, OtherKinds) {
     EXPECT_EQ(CStr(Variant("text")), "text");
     // A byte buffer holds UTF-16 text.
     EXPECT_EQ(CStr(Variant(Variant::Binary{'H', 0, 'i', 0, 0xE9, 0})), "Hi\xC3\xA9");
-    EXPECT_EQ(ErrorOf([] { CStr(Variant::Null()); }), 94);
-    EXPECT_EQ(ErrorOf([] { CStr(Variant(VArray())); }), 13);
+    EXPECT_EQ(FailureNumber([] { CStr(Variant::Null()); }), 94);
+    EXPECT_EQ(FailureNumber([] { CStr(Variant(VArray())); }), 13);
 }
 
 TEST(CStr, Dates) {
@@ -130,7 +125,7 @@ TEST(Str, LeadingBlankForNonNegative) {
     EXPECT_EQ(Str(Variant(1e15)), Variant(" 1E+15"));
     EXPECT_EQ(Str(Variant("42")), Variant(" 42"));
     EXPECT_TRUE(Str(Variant::Null()).IsNull());
-    EXPECT_EQ(ErrorOf([] { Str(Variant("x")); }), 13);
+    EXPECT_EQ(FailureNumber([] { Str(Variant("x")); }), 13);
 }
 
 // ---- IsNumeric -------------------------------------------------------------
@@ -332,11 +327,11 @@ TEST(CDate, ConvertsAndFails) {
     EXPECT_DOUBLE_EQ(CDate(Variant(true)), -1.0);
     EXPECT_EQ(CVDate(Variant("1/1/2000")), Variant::FromDate(Date(2000, 1, 1)));
     EXPECT_TRUE(CVDate(Variant::Null()).IsNull());
-    EXPECT_EQ(ErrorOf([] { CDate(Variant("abc")); }), 13);
-    EXPECT_EQ(ErrorOf([] { CDate(Variant("36526")); }), 13);  // numbers in text are no dates
-    EXPECT_EQ(ErrorOf([] { CDate(Variant::Null()); }), 94);
-    EXPECT_EQ(ErrorOf([] { CDate(Variant(3e6)); }), 6);
-    EXPECT_EQ(ErrorOf([] { CDate(Variant(-700000)); }), 6);
+    EXPECT_EQ(FailureNumber([] { CDate(Variant("abc")); }), 13);
+    EXPECT_EQ(FailureNumber([] { CDate(Variant("36526")); }), 13);  // numbers in text are no dates
+    EXPECT_EQ(FailureNumber([] { CDate(Variant::Null()); }), 94);
+    EXPECT_EQ(FailureNumber([] { CDate(Variant(3e6)); }), 6);
+    EXPECT_EQ(FailureNumber([] { CDate(Variant(-700000)); }), 6);
 }
 
 // ---- The C* conversions ----------------------------------------------------
@@ -352,10 +347,10 @@ struct ConversionCase {
 void ExpectConversions(const std::vector<ConversionCase>& cases) {
     for (const ConversionCase& c : cases) {
         if (c.error != 0) {
-            EXPECT_EQ(ErrorOf([&] { c.convert(); }), c.error) << c.name;
+            EXPECT_EQ(FailureNumber([&] { c.convert(); }), c.error) << c.name;
         } else {
             double value = 0;
-            EXPECT_EQ(ErrorOf([&] { value = c.convert(); }), 0) << c.name;
+            EXPECT_EQ(FailureNumber([&] { value = c.convert(); }), 0) << c.name;
             EXPECT_DOUBLE_EQ(value, c.expected) << c.name;
         }
     }
@@ -446,7 +441,7 @@ TEST(CSng, SinglePrecision) {
     EXPECT_EQ(CStr(Variant(CSng(Variant(75.3421115)))), "75.34211");
     EXPECT_EQ(CStr(Variant(CSng(Variant(75.3421555)))), "75.34216");
     EXPECT_EQ(CSng(Variant("0.1")), 0.1f);
-    EXPECT_EQ(ErrorOf([] { CSng(Variant(1e39)); }), 6);
+    EXPECT_EQ(FailureNumber([] { CSng(Variant(1e39)); }), 6);
 }
 
 TEST(CCur, FourDecimalsHalfToEven) {
@@ -458,9 +453,9 @@ TEST(CCur, FourDecimalsHalfToEven) {
     EXPECT_EQ(CCur(Variant(7)), Currency::FromScaled(70000));
     EXPECT_EQ(CCur(Variant(*Decimal::Parse("922337203685477.5807"))),
               Currency::FromScaled(9223372036854775807));
-    EXPECT_EQ(ErrorOf([] { CCur(Variant(1e15)); }), 6);
-    EXPECT_EQ(ErrorOf([] { CCur(Variant("922337203685477.5808")); }), 6);
-    EXPECT_EQ(ErrorOf([] { CCur(Variant("x")); }), 13);
+    EXPECT_EQ(FailureNumber([] { CCur(Variant(1e15)); }), 6);
+    EXPECT_EQ(FailureNumber([] { CCur(Variant("922337203685477.5808")); }), 6);
+    EXPECT_EQ(FailureNumber([] { CCur(Variant("x")); }), 13);
 }
 
 TEST(CDec, ExactDigits) {
@@ -472,7 +467,7 @@ TEST(CDec, ExactDigits) {
     EXPECT_EQ(CDec(Variant(0.1)).ToString(), "0.1");  // fifteen digits of the double
     EXPECT_EQ(CDec(Variant(0.1f)).ToString(), "0.1");
     EXPECT_EQ(CDec(Variant(Currency::FromScaled(100000000587))).ToString(), "10000000.0587");
-    EXPECT_EQ(ErrorOf([] { CDec(Variant("79228162514264337593543950336")); }), 6);
+    EXPECT_EQ(FailureNumber([] { CDec(Variant("79228162514264337593543950336")); }), 6);
 }
 
 TEST(CBool, TextAndNumbers) {
@@ -486,10 +481,10 @@ TEST(CBool, TextAndNumbers) {
     EXPECT_TRUE(CBool(Variant(0.5)));
     EXPECT_FALSE(CBool(Variant()));
     EXPECT_TRUE(CBool(Variant(Currency::FromScaled(1))));
-    EXPECT_EQ(ErrorOf([] { CBool(Variant("abc")); }), 13);
-    EXPECT_EQ(ErrorOf([] { CBool(Variant("")); }), 13);
-    EXPECT_EQ(ErrorOf([] { CBool(Variant(" True")); }), 13);
-    EXPECT_EQ(ErrorOf([] { CBool(Variant::Null()); }), 94);
+    EXPECT_EQ(FailureNumber([] { CBool(Variant("abc")); }), 13);
+    EXPECT_EQ(FailureNumber([] { CBool(Variant("")); }), 13);
+    EXPECT_EQ(FailureNumber([] { CBool(Variant(" True")); }), 13);
+    EXPECT_EQ(FailureNumber([] { CBool(Variant::Null()); }), 94);
 }
 
 // ---- Number functions ------------------------------------------------------
@@ -523,7 +518,7 @@ TEST(Round, HalfToEven) {
     EXPECT_EQ(Round(Variant(*Decimal::Parse("2.675")), 2).AsDecimal().ToString(), "2.68");
     EXPECT_EQ(Round(Variant(5)), Variant(5));
     EXPECT_TRUE(Round(Variant::Null()).IsNull());
-    EXPECT_EQ(ErrorOf([] { Round(Variant(1.5), -1); }), 5);
+    EXPECT_EQ(FailureNumber([] { Round(Variant(1.5), -1); }), 5);
 }
 
 TEST(AbsSgn, SignsAndWidening) {
@@ -537,7 +532,7 @@ TEST(AbsSgn, SignsAndWidening) {
     EXPECT_EQ(Sgn(Variant(-0.1)), Variant(std::int16_t{-1}));
     EXPECT_EQ(Sgn(Variant(0)), Variant(std::int16_t{0}));
     EXPECT_EQ(Sgn(Variant("12")), Variant(std::int16_t{1}));
-    EXPECT_EQ(ErrorOf([] { Sgn(Variant::Null()); }), 94);
+    EXPECT_EQ(FailureNumber([] { Sgn(Variant::Null()); }), 94);
 }
 
 TEST(HexOct, BitPatterns) {
@@ -552,7 +547,7 @@ TEST(HexOct, BitPatterns) {
     EXPECT_EQ(Oct(Variant(std::int16_t{-1})), Variant("177777"));
     EXPECT_EQ(Hex(459), "1CB");
     EXPECT_EQ(Oct(459), "713");
-    EXPECT_EQ(ErrorOf([] { Hex(Variant(1e10)); }), 6);
+    EXPECT_EQ(FailureNumber([] { Hex(Variant(1e10)); }), 6);
 }
 
 // ---- Characters ------------------------------------------------------------
@@ -562,20 +557,20 @@ TEST(Characters, ChrAscSpaceString) {
     EXPECT_EQ(Chr(233), "\xC3\xA9");         // Latin-1 e acute
     EXPECT_EQ(Chr(8364), "\xE2\x82\xAC");    // beyond 255: the code point
     EXPECT_EQ(Chr(0), std::string(1, '\0'));
-    EXPECT_EQ(ErrorOf([] { Chr(-1); }), 5);
-    EXPECT_EQ(ErrorOf([] { Chr(0xD800); }), 5);
+    EXPECT_EQ(FailureNumber([] { Chr(-1); }), 5);
+    EXPECT_EQ(FailureNumber([] { Chr(0xD800); }), 5);
     EXPECT_EQ(Asc("Apple"), 65);
     EXPECT_EQ(Asc("\xC3\xA9t\xC3\xA9"), 233);
-    EXPECT_EQ(ErrorOf([] { Asc(""); }), 5);
+    EXPECT_EQ(FailureNumber([] { Asc(""); }), 5);
     EXPECT_EQ(Space(3), "   ");
     EXPECT_EQ(Space(0), "");
     EXPECT_EQ(String(3, "ab"), "aaa");
     EXPECT_EQ(String(2, "\xC3\xA9x"), "\xC3\xA9\xC3\xA9");
     EXPECT_EQ(String(2, 65), "AA");
     EXPECT_EQ(String(2, 321), "AA");  // codes above 255 wrap
-    EXPECT_EQ(ErrorOf([] { String(-1, "a"); }), 5);
-    EXPECT_EQ(ErrorOf([] { String(1, ""); }), 5);
-    EXPECT_EQ(ErrorOf([] { Space(-1); }), 5);
+    EXPECT_EQ(FailureNumber([] { String(-1, "a"); }), 5);
+    EXPECT_EQ(FailureNumber([] { String(1, ""); }), 5);
+    EXPECT_EQ(FailureNumber([] { Space(-1); }), 5);
 }
 
 // ---- Split and Join --------------------------------------------------------
@@ -617,7 +612,7 @@ TEST(Join, ItemsAsText) {
     EXPECT_EQ(Join(VArray(), ","), "");
     VArray grid;
     grid.ReDim(0, 1, 0, 1);
-    EXPECT_EQ(ErrorOf([&] { Join(grid, ","); }), 5);
+    EXPECT_EQ(FailureNumber([&] { Join(grid, ","); }), 5);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,23 +14,17 @@
 namespace vorn {
 namespace {
 
-int ErrorOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 TEST(VArray, UndimensionedRaisesSubscriptOutOfRange) {
     VArray array;
     EXPECT_FALSE(array.IsDimensioned());
     EXPECT_EQ(array.Dimensions(), 0);
     EXPECT_EQ(array.Count(), 0U);
-    EXPECT_EQ(ErrorOf([&] { array.LBound(); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.UBound(); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.At(0); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.LBound(); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.UBound(); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.At(0); }), 9);
 }
 
 TEST(VArray, ReDimWithOwnBounds) {
@@ -41,11 +37,11 @@ TEST(VArray, ReDimWithOwnBounds) {
     EXPECT_TRUE(array[1].IsEmpty());
     array[3] = Variant("last");
     EXPECT_EQ(array.At(3), Variant("last"));
-    EXPECT_EQ(ErrorOf([&] { array.At(0); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.At(4); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.UBound(2); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.LBound(0); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.At(1, 1); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.At(0); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.At(4); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.UBound(2); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.LBound(0); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.At(1, 1); }), 9);
 
     array.ReDim(-2, 2);  // a plain ReDim clears
     EXPECT_EQ(array.LBound(), -2);
@@ -58,8 +54,8 @@ TEST(VArray, EmptyRangeIsDimensionedWithoutItems) {
     EXPECT_TRUE(array.IsDimensioned());
     EXPECT_EQ(array.UBound(), -1);
     EXPECT_EQ(array.Count(), 0U);
-    EXPECT_EQ(ErrorOf([&] { array.At(0); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.ReDim(0, -2); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.At(0); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.ReDim(0, -2); }), 9);
 }
 
 TEST(VArray, ReDimPreserveKeepsItemsAndChangesOnlyTheUpperBound) {
@@ -74,8 +70,8 @@ TEST(VArray, ReDimPreserveKeepsItemsAndChangesOnlyTheUpperBound) {
     array.ReDimPreserve(0, 0);
     EXPECT_EQ(array.UBound(), 0);
     EXPECT_EQ(array[0], Variant(10));
-    EXPECT_EQ(ErrorOf([&] { array.ReDimPreserve(1, 3); }), 9);
-    EXPECT_EQ(ErrorOf([&] { array.ReDimPreserve(0, 1, 0, 1); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.ReDimPreserve(1, 3); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.ReDimPreserve(0, 1, 0, 1); }), 9);
 }
 
 TEST(VArray, TwoDimensions) {
@@ -93,19 +89,19 @@ TEST(VArray, TwoDimensions) {
         }
     }
     EXPECT_EQ(grid.At(2, 1), Variant(21));
-    EXPECT_EQ(ErrorOf([&] { grid.At(0, 0); }), 9);
-    EXPECT_EQ(ErrorOf([&] { grid.At(1, 3); }), 9);
-    EXPECT_EQ(ErrorOf([&] { grid.At(1); }), 9);
-    EXPECT_EQ(ErrorOf([&] { grid.UBound(3); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.At(0, 0); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.At(1, 3); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.At(1); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.UBound(3); }), 9);
 
     // Only the last dimension may change under Preserve.
     grid.ReDimPreserve(1, 2, 0, 3);
     EXPECT_EQ(grid.At(2, 1), Variant(21));
     EXPECT_EQ(grid.At(1, 2), Variant(12));
     EXPECT_TRUE(grid.At(2, 3).IsEmpty());
-    EXPECT_EQ(ErrorOf([&] { grid.ReDimPreserve(1, 3, 0, 3); }), 9);
-    EXPECT_EQ(ErrorOf([&] { grid.ReDimPreserve(1, 2, 1, 3); }), 9);
-    EXPECT_EQ(ErrorOf([&] { grid.ReDimPreserve(0, 5); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.ReDimPreserve(1, 3, 0, 3); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.ReDimPreserve(1, 2, 1, 3); }), 9);
+    EXPECT_EQ(FailureNumber([&] { grid.ReDimPreserve(0, 5); }), 9);
 }
 
 TEST(VArray, EraseAndCopy) {
@@ -116,7 +112,7 @@ TEST(VArray, EraseAndCopy) {
     EXPECT_FALSE(array == copy);
     array.Erase();
     EXPECT_FALSE(array.IsDimensioned());
-    EXPECT_EQ(ErrorOf([&] { array.UBound(); }), 9);
+    EXPECT_EQ(FailureNumber([&] { array.UBound(); }), 9);
     EXPECT_EQ(copy.ToStrings(), (std::vector<std::string>{"changed", "b"}));
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/TestSupport.h"
+
 #include <functional>
 #include <limits>
 #include <optional>
@@ -14,14 +16,8 @@
 namespace vorn {
 namespace {
 
-int ErrorOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const VornError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+using testing::FailureNumber;
+
 
 const Variant kInteger30000(std::int16_t{30000});
 const Variant kByte200(std::uint8_t{200});
@@ -72,12 +68,12 @@ TEST(VariantKinds, AccessorsRequireTheirKind) {
     EXPECT_EQ(Variant(5).AsLong(), 5);
     EXPECT_EQ(Variant("x").AsText(), "x");
     EXPECT_DOUBLE_EQ(Variant::FromDate(2.5).AsDateSerial(), 2.5);
-    EXPECT_EQ(ErrorOf([] { Variant(5).AsText(); }), 13);
-    EXPECT_EQ(ErrorOf([] { Variant(5.0).AsLong(); }), 13);
-    EXPECT_EQ(ErrorOf([] { Variant::FromDate(1).AsDouble(); }), 13);
+    EXPECT_EQ(FailureNumber([] { Variant(5).AsText(); }), 13);
+    EXPECT_EQ(FailureNumber([] { Variant(5.0).AsLong(); }), 13);
+    EXPECT_EQ(FailureNumber([] { Variant::FromDate(1).AsDouble(); }), 13);
     EXPECT_DOUBLE_EQ(Variant(true).NumberValue(), -1.0);
     EXPECT_DOUBLE_EQ(Variant().NumberValue(), 0.0);
-    EXPECT_EQ(ErrorOf([] { Variant("1").NumberValue(); }), 13);
+    EXPECT_EQ(FailureNumber([] { Variant("1").NumberValue(); }), 13);
 }
 
 TEST(VariantKinds, EqualityIsKindAndValue) {
@@ -124,12 +120,12 @@ TEST(VariantAdd, TypePromotion) {
 TEST(VariantAdd, NullAndFailures) {
     EXPECT_TRUE((Variant::Null() + Variant(1)).IsNull());
     EXPECT_TRUE((Variant("a") + Variant::Null()).IsNull());
-    EXPECT_EQ(ErrorOf([] { Variant("abc") + Variant(1); }), 13);
-    EXPECT_EQ(ErrorOf([] { Variant(VArray()) + Variant(1); }), 13);
-    EXPECT_EQ(ErrorOf([] {
+    EXPECT_EQ(FailureNumber([] { Variant("abc") + Variant(1); }), 13);
+    EXPECT_EQ(FailureNumber([] { Variant(VArray()) + Variant(1); }), 13);
+    EXPECT_EQ(FailureNumber([] {
         Variant(Currency::FromScaled(9223372036854775807)) + Variant(Currency::FromScaled(1));
     }), 6);
-    EXPECT_EQ(ErrorOf([] { Variant(1e308) + Variant(1e308); }), 6);
+    EXPECT_EQ(FailureNumber([] { Variant(1e308) + Variant(1e308); }), 6);
 }
 
 TEST(VariantSubtract, DatesAndWidening) {
@@ -181,10 +177,10 @@ TEST(VariantDivide, ResultKinds) {
 }
 
 TEST(VariantDivide, ByZero) {
-    EXPECT_EQ(ErrorOf([] { Variant(1) / Variant(0); }), 11);
-    EXPECT_EQ(ErrorOf([] { Variant(1) / Variant(); }), 11);
-    EXPECT_EQ(ErrorOf([] { Variant(0) / Variant(0.0); }), 6);
-    EXPECT_EQ(ErrorOf([] { Variant(Decimal::FromInt64(1)) / Variant(0); }), 11);
+    EXPECT_EQ(FailureNumber([] { Variant(1) / Variant(0); }), 11);
+    EXPECT_EQ(FailureNumber([] { Variant(1) / Variant(); }), 11);
+    EXPECT_EQ(FailureNumber([] { Variant(0) / Variant(0.0); }), 6);
+    EXPECT_EQ(FailureNumber([] { Variant(Decimal::FromInt64(1)) / Variant(0); }), 11);
 }
 
 TEST(VariantIntegerDivision, RoundsOperandsFirst) {
@@ -197,8 +193,8 @@ TEST(VariantIntegerDivision, RoundsOperandsFirst) {
     EXPECT_EQ(IntDiv(Variant(-7), Variant(2)), Variant(-3));
     EXPECT_EQ(IntDiv(Variant("7"), Variant(std::int16_t{2})), Variant(3));
     EXPECT_TRUE(IntDiv(Variant::Null(), Variant(2)).IsNull());
-    EXPECT_EQ(ErrorOf([] { IntDiv(Variant(1), Variant(0.4)); }), 11);
-    EXPECT_EQ(ErrorOf([] { IntDiv(Variant(1e10), Variant(2)); }), 6);
+    EXPECT_EQ(FailureNumber([] { IntDiv(Variant(1), Variant(0.4)); }), 11);
+    EXPECT_EQ(FailureNumber([] { IntDiv(Variant(1e10), Variant(2)); }), 6);
 }
 
 TEST(VariantMod, RemainderTakesTheDividendsSign) {
@@ -208,7 +204,7 @@ TEST(VariantMod, RemainderTakesTheDividendsSign) {
     EXPECT_EQ(Mod(Variant(12.6), Variant(5)), Variant(3));
     EXPECT_EQ(Mod(Variant(-7), Variant(3)), Variant(-1));
     EXPECT_EQ(Mod(Variant(7), Variant(-3)), Variant(1));
-    EXPECT_EQ(ErrorOf([] { Mod(Variant(1), Variant(0)); }), 11);
+    EXPECT_EQ(FailureNumber([] { Mod(Variant(1), Variant(0)); }), 11);
 }
 
 TEST(VariantPow, AlwaysDouble) {
@@ -216,7 +212,7 @@ TEST(VariantPow, AlwaysDouble) {
     EXPECT_EQ(Pow(Variant(), Variant()), Variant(1.0));
     EXPECT_EQ(Pow(Variant(true), Variant(3)), Variant(-1.0));
     EXPECT_TRUE(Pow(Variant::Null(), Variant(3)).IsNull());
-    EXPECT_EQ(ErrorOf([] { Pow(Variant(-8), Variant(1.0 / 3.0)); }), 5);
+    EXPECT_EQ(FailureNumber([] { Pow(Variant(-8), Variant(1.0 / 3.0)); }), 5);
 }
 
 // ---- Concatenation ---------------------------------------------------------
@@ -228,7 +224,7 @@ TEST(VariantConcat, NullActsAsEmptyText) {
     EXPECT_EQ(Concat(Variant(), Variant()), Variant(""));
     EXPECT_EQ(Concat(Variant(std::int16_t{4534}), Variant(0)), Variant("45340"));
     EXPECT_EQ(Concat(Variant(true), Variant(1.5)), Variant("True1.5"));
-    EXPECT_EQ(ErrorOf([] { Concat(Variant(VArray()), Variant("a")); }), 13);
+    EXPECT_EQ(FailureNumber([] { Concat(Variant(VArray()), Variant("a")); }), 13);
 }
 
 // ---- Comparison ------------------------------------------------------------
@@ -267,7 +263,7 @@ TEST(VariantCompare, NumberBesideText) {
     // Beside a typed number the text is read as a number.
     EXPECT_EQ(Compare(Variant(7), Variant("7"), false, MixedCompare::ReadTextAsNumber), 0);
     EXPECT_EQ(Compare(Variant("1,000"), Variant(999), false, MixedCompare::ReadTextAsNumber), 1);
-    EXPECT_EQ(ErrorOf([] { Compare(Variant(7), Variant("x"), false, MixedCompare::ReadTextAsNumber); }),
+    EXPECT_EQ(FailureNumber([] { Compare(Variant(7), Variant("x"), false, MixedCompare::ReadTextAsNumber); }),
               13);
 }
 
@@ -277,7 +273,7 @@ TEST(VariantCompare, NullAndFailures) {
     EXPECT_FALSE(VarEquals(Variant::Null(), Variant::Null()));
     EXPECT_TRUE(VarEquals(Variant("abc"), Variant("ABC"), true));
     EXPECT_FALSE(VarEquals(Variant("abc"), Variant("ABC")));
-    EXPECT_EQ(ErrorOf([] { Compare(Variant(VArray()), Variant(1)); }), 13);
+    EXPECT_EQ(FailureNumber([] { Compare(Variant(VArray()), Variant(1)); }), 13);
 }
 
 
@@ -295,8 +291,8 @@ TEST(CurrencyArithmetic, ExactWithFourDecimals) {
     EXPECT_EQ(Currency::FromDouble(-2.5), Currency::FromScaled(-25000));
     EXPECT_EQ(Currency::FromScaled(std::numeric_limits<std::int64_t>::min()).ToString(),
               "-922337203685477.5808");
-    EXPECT_EQ(ErrorOf([] { Currency::FromInteger(922337203685478); }), 6);
-    EXPECT_EQ(ErrorOf([] { Currency::FromScaled(1) / Currency(); }), 11);
+    EXPECT_EQ(FailureNumber([] { Currency::FromInteger(922337203685478); }), 6);
+    EXPECT_EQ(FailureNumber([] { Currency::FromScaled(1) / Currency(); }), 11);
 }
 
 TEST(DecimalArithmetic, ScalesAndLimits) {
@@ -310,8 +306,8 @@ TEST(DecimalArithmetic, ScalesAndLimits) {
               "0.6666666666666666666666666667");
     EXPECT_EQ((Decimal::FromInt64(1) / *Decimal::Parse("0.001")).ToString(), "1000");
     const Decimal max = *Decimal::Parse("79228162514264337593543950335");
-    EXPECT_EQ(ErrorOf([&] { max + Decimal::FromInt64(1); }), 6);
-    EXPECT_EQ(ErrorOf([&] { max * Decimal::FromInt64(2); }), 6);
+    EXPECT_EQ(FailureNumber([&] { max + Decimal::FromInt64(1); }), 6);
+    EXPECT_EQ(FailureNumber([&] { max * Decimal::FromInt64(2); }), 6);
     // Products beyond 28 decimals keep the most significant digits.
     const Decimal small = *Decimal::Parse("0.00000000000001");
     EXPECT_EQ((small * small).ToString(), "0.0000000000000000000000000001");

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
+
+#include "runtime/VornError.h"
 
 namespace vorn::testing {
 
@@ -23,6 +26,16 @@ private:
 
 // The source tree's root (tests run with VORN_SOURCE_DIR set by CTest).
 std::filesystem::path SourceDir();
+
+// The number of the failure that `step` raises, 0 when it raises none.
+inline int FailureNumber(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const VornError& e) {
+        return e.Number();
+    }
+    return 0;
+}
 
 // Reads a whole file as bytes; empty when it cannot be read.
 std::string ReadFile(const std::filesystem::path& path);

@@ -16,6 +16,8 @@
 namespace vorn {
 namespace {
 
+using testing::FailureNumber;
+
 using namespace dao;
 namespace fs = std::filesystem;
 
@@ -39,14 +41,6 @@ IndexInfo Index(const char* name, std::vector<IndexFieldInfo> fields, bool prima
     return index;
 }
 
-std::int32_t ErrorOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const VornError& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 std::vector<std::vector<Variant>> AllRows(RowSource& rows) {
     std::vector<std::vector<Variant>> all;
@@ -292,10 +286,10 @@ TEST_F(SqliteProjectFileTest, CatalogTablesShowAsSystemTables) {
 
 TEST_F(SqliteProjectFileTest, OpeningAndMakingFilesFailWithTheEnginesNumbers) {
     NewProject()->Close();
-    EXPECT_EQ(ErrorOf([&] { NewProject(); }), errnum::kJetDatabaseExists);
-    EXPECT_EQ(ErrorOf([&] { SqliteProjectFile::Open(PathOf("missing.vpf"), true); }),
+    EXPECT_EQ(FailureNumber([&] { NewProject(); }), errnum::kJetDatabaseExists);
+    EXPECT_EQ(FailureNumber([&] { SqliteProjectFile::Open(PathOf("missing.vpf"), true); }),
               errnum::kJetFileNotFound);
-    EXPECT_EQ(ErrorOf([&] { SqliteProjectFile::Create(PathOf("no/such/folder.vpf"), ""); }),
+    EXPECT_EQ(FailureNumber([&] { SqliteProjectFile::Create(PathOf("no/such/folder.vpf"), ""); }),
               errnum::kJetNotValidPath);
     testing::WriteFile(folder / "notes.txt", "not a database at all, just text");
     {
@@ -366,7 +360,7 @@ TEST_F(SqliteProjectFileTest, ReadOnlyRefusesEveryWriteAndLeavesTheFileUntouched
         },
     };
     for (std::size_t i = 0; i < writes.size(); ++i) {
-        EXPECT_EQ(ErrorOf(writes[i]), errnum::kJetReadOnly) << "write " << i;
+        EXPECT_EQ(FailureNumber(writes[i]), errnum::kJetReadOnly) << "write " << i;
     }
     // Reading still works, also inside a transaction.
     db->BeginTrans();
@@ -408,7 +402,7 @@ TEST_F(SqliteProjectFileTest, CompactWritesANewFileAndRefusesAnExistingOne) {
     auto copy = SqliteProjectFile::Open(PathOf("compact.vpf"), true);
     EXPECT_EQ(AllRows(*copy->OpenRows(TableRows(EveryType().name))).size(), 1u);
     EXPECT_EQ(
-        ErrorOf([&] { SqliteProjectFile::Compact(PathOf("project.vpf"), PathOf("compact.vpf")); }),
+        FailureNumber([&] { SqliteProjectFile::Compact(PathOf("project.vpf"), PathOf("compact.vpf")); }),
         errnum::kJetDatabaseExists);
 }
 
@@ -418,8 +412,8 @@ TEST_F(SqliteProjectFileTest, TransactionsNestAndRollBackWhatTheyHold) {
     table.name = "T";
     table.fields = {Field("N", dbLong)};
     db->CreateTable(table);
-    EXPECT_EQ(ErrorOf([&] { db->CommitTrans(); }), errnum::kJetCommitWithoutBegin);
-    EXPECT_EQ(ErrorOf([&] { db->Rollback(); }), errnum::kJetCommitWithoutBegin);
+    EXPECT_EQ(FailureNumber([&] { db->CommitTrans(); }), errnum::kJetCommitWithoutBegin);
+    EXPECT_EQ(FailureNumber([&] { db->Rollback(); }), errnum::kJetCommitWithoutBegin);
     db->BeginTrans();
     Insert(*db, "T", {Variant(1)});
     db->BeginTrans();
@@ -428,7 +422,7 @@ TEST_F(SqliteProjectFileTest, TransactionsNestAndRollBackWhatTheyHold) {
     db->Rollback();
     Insert(*db, "T", {Variant(3)});
     db->CommitTrans();
-    EXPECT_EQ(ErrorOf([&] { db->CommitTrans(); }), errnum::kJetCommitWithoutBegin);
+    EXPECT_EQ(FailureNumber([&] { db->CommitTrans(); }), errnum::kJetCommitWithoutBegin);
     const auto rows = AllRows(*db->OpenRows(TableRows("T")));
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[1][0], Variant(3));
@@ -439,7 +433,7 @@ TEST_F(SqliteProjectFileTest, AClosedFileIsNoLongerUsable) {
     auto db = NewProject();
     db->Close();
     db->Close();
-    EXPECT_EQ(ErrorOf([&] { db->ReadTables(); }), errnum::kJetObjectInvalid);
+    EXPECT_EQ(FailureNumber([&] { db->ReadTables(); }), errnum::kJetObjectInvalid);
 }
 
 }  // namespace

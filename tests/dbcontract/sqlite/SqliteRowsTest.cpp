@@ -12,6 +12,8 @@
 namespace vorn {
 namespace {
 
+using testing::FailureNumber;
+
 using namespace dao;
 using Rows = std::vector<std::vector<Variant>>;
 
@@ -25,14 +27,6 @@ FieldInfo Field(const char* name, std::int16_t type, std::int32_t size = 0,
     return field;
 }
 
-std::int32_t ErrorOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const VornError& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 Rows All(RowSource& rows) {
     Rows all;
@@ -131,12 +125,12 @@ TEST_F(SqliteRowsTest, RowsAreChangedByTheirKeys) {
     EXPECT_EQ(row[3], Variant(1.5));
     rows->Delete(added);
     EXPECT_FALSE(rows->Read(added, row));
-    EXPECT_EQ(ErrorOf([&] { rows->Delete(added); }), errnum::kJetRecordDeleted);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] { rows->Delete(added); }), errnum::kJetRecordDeleted);
+    EXPECT_EQ(FailureNumber([&] {
                   rows->Update(added, Values({std::nullopt, Variant("x")}));
               }),
               errnum::kJetRecordDeleted);
-    EXPECT_EQ(ErrorOf([&] { rows->Update(north, Values({Variant(9)})); }),
+    EXPECT_EQ(FailureNumber([&] { rows->Update(north, Values({Variant(9)})); }),
               errnum::kJetFieldNotUpdatable);
 }
 
@@ -180,11 +174,11 @@ TEST_F(SqliteRowsTest, WritesFailWithTheEnginesNumbers) {
          },
          errnum::kJetRelatedRecordRequired},
     };
-    for (const auto& c : cases) EXPECT_EQ(ErrorOf(c.write), c.number) << c.what;
+    for (const auto& c : cases) EXPECT_EQ(FailureNumber(c.write), c.number) << c.what;
     samples->Insert(Values({Variant(1), Variant("s")}));
     std::vector<Variant> row;
     ASSERT_TRUE(sites->Next(row));
-    EXPECT_EQ(ErrorOf([&] { sites->Delete(sites->CurrentKey()); }),
+    EXPECT_EQ(FailureNumber([&] { sites->Delete(sites->CurrentKey()); }),
               errnum::kJetRelatedRecordsExist);
     EXPECT_EQ(All(*db->OpenRows(Table("Site"))).size(), 2u);
 }
@@ -194,7 +188,7 @@ TEST_F(SqliteRowsTest, SnapshotsAndReadOnlyRequestsAreNotUpdatable) {
                                 Table("Site", dbOpenDynaset, dbReadOnly)}) {
         auto rows = db->OpenRows(request);
         EXPECT_FALSE(rows->Updatable());
-        EXPECT_EQ(ErrorOf([&] {
+        EXPECT_EQ(FailureNumber([&] {
                       rows->Insert(Values({std::nullopt, Variant("x")}));
                   }),
                   errnum::kJetReadOnly);
@@ -243,30 +237,30 @@ TEST_F(SqliteRowsTest, ASelectOfOneTableIsUpdatableAndOthersAreNot) {
                             "SELECT Name FROM Site UNION SELECT Label FROM Sample"}) {
         EXPECT_FALSE(db->OpenRows(Sql(sql))->Updatable()) << sql;
     }
-    EXPECT_EQ(ErrorOf([&] { db->OpenRows(Sql("DELETE FROM Site")); }),
+    EXPECT_EQ(FailureNumber([&] { db->OpenRows(Sql("DELETE FROM Site")); }),
               errnum::kJetInvalidOperation);
-    EXPECT_EQ(ErrorOf([&] { db->OpenRows(Sql("SELECT 1; SELECT 2")); }),
+    EXPECT_EQ(FailureNumber([&] { db->OpenRows(Sql("SELECT 1; SELECT 2")); }),
               errnum::kJetCharactersAfterEnd);
-    EXPECT_EQ(ErrorOf([&] { db->OpenRows(Table("Nothing")); }), errnum::kJetInputTableNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->OpenRows(Table("Nothing")); }), errnum::kJetInputTableNotFound);
 }
 
 TEST_F(SqliteRowsTest, ExecuteChangesRowsButNeverTheCatalogTablesDirectly) {
     EXPECT_EQ(db->Execute("UPDATE Site SET Depth = 2", 0), 2);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("SELECT * FROM Site", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("SELECT * FROM Site", 0); }),
               errnum::kJetCannotExecuteSelect);
     for (const char* sql : {"DELETE FROM MSysVornTables", "UPDATE MSysVornFields SET Size = 1",
                             "INSERT INTO MSysVornInfo (Name, Value) VALUES ('x', 'y')"}) {
-        EXPECT_EQ(ErrorOf([&] { db->Execute(sql, 0); }), errnum::kJetOperationNotSupported) << sql;
+        EXPECT_EQ(FailureNumber([&] { db->Execute(sql, 0); }), errnum::kJetOperationNotSupported) << sql;
     }
     for (const char* sql : {"PRAGMA foreign_keys = ON", "BEGIN", "VACUUM"}) {
-        EXPECT_EQ(ErrorOf([&] { db->Execute(sql, 0); }), errnum::kJetInvalidSqlStatement) << sql;
+        EXPECT_EQ(FailureNumber([&] { db->Execute(sql, 0); }), errnum::kJetInvalidSqlStatement) << sql;
     }
-    EXPECT_EQ(ErrorOf([&] { db->Execute("UPDATE Site SET Depth = 1; DROP TABLE Sample", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("UPDATE Site SET Depth = 1; DROP TABLE Sample", 0); }),
               errnum::kJetCharactersAfterEnd);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("UPDATE Absent SET a = 1", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("UPDATE Absent SET a = 1", 0); }),
               errnum::kJetInputTableNotFound);
     // A failing statement takes back what it did before it failed.
-    EXPECT_EQ(ErrorOf([&] { db->Execute("UPDATE Site SET Depth = 5, Name = NULL", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("UPDATE Site SET Depth = 5, Name = NULL", 0); }),
               errnum::kJetFieldRequired);
     EXPECT_EQ(All(*db->OpenRows(Sql("SELECT Depth FROM Site"))),
               (Rows{{Variant(2.0)}, {Variant(2.0)}}));
@@ -299,16 +293,16 @@ TEST_F(SqliteRowsTest, AttachedTablesReadAndWriteThroughToTheirFile) {
     rows->Insert(Values({Variant("B2"), Variant(Currency::FromScaled(5))}));
     EXPECT_EQ(All(*db->OpenRows(Sql("SELECT Ref FROM Bores ORDER BY Ref"))),
               (Rows{{Variant("B1")}, {Variant("B2")}}));
-    EXPECT_EQ(ErrorOf([&] { db->AddField("Bores", Field("X", dbLong)); }),
+    EXPECT_EQ(FailureNumber([&] { db->AddField("Bores", Field("X", dbLong)); }),
               errnum::kJetNotOnAttachedTable);
 
     attached.name = "Twice";
     attached.sourceTableName = "Linked";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(attached); }), errnum::kJetInputTableNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(attached); }), errnum::kJetInputTableNotFound);
     attached.sourceTableName = "Nothing";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(attached); }), errnum::kJetInputTableNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(attached); }), errnum::kJetInputTableNotFound);
     attached.connect = ";DATABASE=" + (folder / "missing.vpf").string() + ";";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(attached); }), errnum::kJetFileNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(attached); }), errnum::kJetFileNotFound);
 
     db->Close();
     auto other = SqliteProjectFile::Open(otherPath, true);
@@ -316,7 +310,7 @@ TEST_F(SqliteRowsTest, AttachedTablesReadAndWriteThroughToTheirFile) {
     other.reset();
     db = SqliteProjectFile::Open((folder / "p.vpf").string(), false);
     db->DropTable("bores");
-    EXPECT_EQ(ErrorOf([&] { db->OpenRows(Sql("SELECT * FROM Bores")); }),
+    EXPECT_EQ(FailureNumber([&] { db->OpenRows(Sql("SELECT * FROM Bores")); }),
               errnum::kJetInputTableNotFound);
 }
 

@@ -12,6 +12,8 @@
 namespace vorn {
 namespace {
 
+using testing::FailureNumber;
+
 using namespace dao;
 
 FieldInfo Field(const char* name, std::int16_t type, std::int32_t size = 0,
@@ -35,14 +37,6 @@ IndexInfo Index(const char* name, std::vector<IndexFieldInfo> fields, bool prima
     return index;
 }
 
-std::int32_t ErrorOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const VornError& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 // Design changes on a file with a parent and a child table.
 class SqliteSchemaTest : public ::testing::Test {
@@ -91,33 +85,33 @@ TEST_F(SqliteSchemaTest, NamesAreFoundIgnoringCaseAsTheEngineFoundThem) {
     TableInfo again;
     again.name = "PARENT";
     again.fields = {Field("X", dbLong)};
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(again); }), errnum::kJetTableExists);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(again); }), errnum::kJetTableExists);
     again.name = "Ä";
     db->CreateTable(again);
     again.name = "ä";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(again); }), errnum::kJetTableExists);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(again); }), errnum::kJetTableExists);
     again.name = "MSysVornTables";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(again); }), errnum::kJetTableExists);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(again); }), errnum::kJetTableExists);
     db->CreateQuery({"Q", "SELECT 1 AS One"});
     again.name = "q";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(again); }), errnum::kJetObjectExists);
-    EXPECT_EQ(ErrorOf([&] { db->CreateQuery({"child", "SELECT 1"}); }), errnum::kJetObjectExists);
-    EXPECT_EQ(ErrorOf([&] { db->DropTable("nothing"); }), errnum::kJetItemNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(again); }), errnum::kJetObjectExists);
+    EXPECT_EQ(FailureNumber([&] { db->CreateQuery({"child", "SELECT 1"}); }), errnum::kJetObjectExists);
+    EXPECT_EQ(FailureNumber([&] { db->DropTable("nothing"); }), errnum::kJetItemNotFound);
     TableInfo empty;
     empty.name = "Empty";
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(empty); }), errnum::kJetNoFieldsDefined);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(empty); }), errnum::kJetNoFieldsDefined);
     TableInfo twice;
     twice.name = "Twice";
     twice.fields = {Field("A", dbLong), Field("a", dbText)};
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(twice); }), errnum::kJetFieldDefinedTwice);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(twice); }), errnum::kJetFieldDefinedTwice);
 }
 
 TEST_F(SqliteSchemaTest, UniqueIndexesRefuseValuesThatDifferOnlyInCase) {
     db->Execute("INSERT INTO Parent (Code) VALUES ('abc')", 0);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('ABC')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('ABC')", 0); }),
               errnum::kJetDuplicateValue);
     db->Execute("INSERT INTO Parent (Code) VALUES ('Ä')", 0);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('ä')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('ä')", 0); }),
               errnum::kJetDuplicateValue);
     // Lookups ignore case too.
     EXPECT_EQ(Rows("SELECT ID FROM Parent WHERE Code = 'ABC'").size(), 1u);
@@ -139,9 +133,9 @@ TEST_F(SqliteSchemaTest, CountersNumberRowsWhetherOrNotTheyAreTheRowId) {
     TableInfo two;
     two.name = "Two";
     two.fields = {Field("A", dbLong, 4, dbAutoIncrField), Field("B", dbLong, 4, dbAutoIncrField)};
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(two); }), errnum::kJetInvalidFieldType);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(two); }), errnum::kJetInvalidFieldType);
     two.fields = {Field("A", dbText, 4, dbAutoIncrField)};
-    EXPECT_EQ(ErrorOf([&] { db->CreateTable(two); }), errnum::kJetInvalidFieldType);
+    EXPECT_EQ(FailureNumber([&] { db->CreateTable(two); }), errnum::kJetInvalidFieldType);
 }
 
 TEST_F(SqliteSchemaTest, AddingARequiredFieldRebuildsTheTableAndKeepsItsRows) {
@@ -149,25 +143,25 @@ TEST_F(SqliteSchemaTest, AddingARequiredFieldRebuildsTheTableAndKeepsItsRows) {
     db->Execute("INSERT INTO Parent (Code, Name) VALUES ('b', 'second')", 0);
     auto required = Field("Size", dbLong);
     required.required = true;
-    EXPECT_EQ(ErrorOf([&] { db->AddField("Parent", required); }), errnum::kJetFieldRequired);
+    EXPECT_EQ(FailureNumber([&] { db->AddField("Parent", required); }), errnum::kJetFieldRequired);
     EXPECT_EQ(Table("Parent").fields.size(), 3u);  // the failed change left nothing behind
     required.defaultValue = "7";
     db->AddField("Parent", required);
     EXPECT_EQ(Rows("SELECT ID, Code, Size FROM Parent ORDER BY ID"),
               (std::vector<std::vector<Variant>>{{Variant(1), Variant("a"), Variant(7)},
                                                  {Variant(2), Variant("b"), Variant(7)}}));
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('A')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Parent (Code) VALUES ('A')", 0); }),
               errnum::kJetDuplicateValue);  // indexes came back with the new table
-    EXPECT_EQ(ErrorOf([&] { db->Execute("UPDATE Parent SET Size = NULL", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("UPDATE Parent SET Size = NULL", 0); }),
               errnum::kJetFieldRequired);
 }
 
 TEST_F(SqliteSchemaTest, DroppingAFieldFailsWhileAnIndexOrRelationNeedsIt) {
     Relate(0);
-    EXPECT_EQ(ErrorOf([&] { db->DropField("Parent", "Code"); }), errnum::kJetFieldInRelationship);
-    EXPECT_EQ(ErrorOf([&] { db->DropField("Child", "code"); }), errnum::kJetFieldInRelationship);
-    EXPECT_EQ(ErrorOf([&] { db->DropField("Parent", "ID"); }), errnum::kJetFieldInIndex);
-    EXPECT_EQ(ErrorOf([&] { db->DropField("Parent", "Nope"); }), errnum::kJetItemNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->DropField("Parent", "Code"); }), errnum::kJetFieldInRelationship);
+    EXPECT_EQ(FailureNumber([&] { db->DropField("Child", "code"); }), errnum::kJetFieldInRelationship);
+    EXPECT_EQ(FailureNumber([&] { db->DropField("Parent", "ID"); }), errnum::kJetFieldInIndex);
+    EXPECT_EQ(FailureNumber([&] { db->DropField("Parent", "Nope"); }), errnum::kJetItemNotFound);
     db->Execute("INSERT INTO Parent (Code, Name) VALUES ('a', 'kept')", 0);
     db->DropField("Parent", "Name");
     EXPECT_EQ(Rows("SELECT * FROM Parent"),
@@ -185,59 +179,59 @@ TEST_F(SqliteSchemaTest, AlteringAFieldRenamesItEverywhereAndConvertsItsValues) 
     EXPECT_EQ(db->ReadRelations()[0].fields[0].name, "Key");
     EXPECT_EQ(Table("Parent").indexes[1].fields[0].name, "Key");
     // The relation still holds under the new name.
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Child (Code) VALUES ('99')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Child (Code) VALUES ('99')", 0); }),
               errnum::kJetRelatedRecordRequired);
     auto wrong = Field("Name", dbLong);
-    EXPECT_EQ(ErrorOf([&] { db->AlterField("Parent", "Name", wrong); }),
+    EXPECT_EQ(FailureNumber([&] { db->AlterField("Parent", "Name", wrong); }),
               errnum::kJetConversionError);
-    EXPECT_EQ(ErrorOf([&] { db->AlterField("Parent", "Name", Field("Key", dbText)); }),
+    EXPECT_EQ(FailureNumber([&] { db->AlterField("Parent", "Name", Field("Key", dbText)); }),
               errnum::kJetFieldDefinedTwice);
 }
 
 TEST_F(SqliteSchemaTest, IndexesFailAsTheEngineFails) {
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateIndex("Parent", Index("code", {{"Name", 0}}));
               }),
               errnum::kJetIndexAlreadyExists);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateIndex("Parent", Index("Second", {{"Name", 0}}, true));
               }),
               errnum::kJetPrimaryKeyExists);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateIndex("Parent", Index("Bad", {{"Nothing", 0}}));
               }),
               errnum::kJetItemNotFound);
     db->Execute("INSERT INTO Child (Code, Note) VALUES ('x', 'abc')", 0);
     db->Execute("INSERT INTO Child (Code, Note) VALUES ('y', 'ABC')", 0);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateIndex("Child", Index("Note", {{"Note", 0}}, false, true));
               }),
               errnum::kJetDuplicateValue);
     EXPECT_TRUE(Table("Child").indexes.empty());
     db->CreateIndex("Child", Index("PrimaryKey", {{"Code", 0}}, true));
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Child (Note) VALUES ('z')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Child (Note) VALUES ('z')", 0); }),
               errnum::kJetKeyCannotBeNull);
     db->DropIndex("Child", "primarykey");
     db->Execute("INSERT INTO Child (Note) VALUES ('z')", 0);
 }
 
 TEST_F(SqliteSchemaTest, RelationsNeedAUniqueParentKeyAndAFreeIndexName) {
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateRelation({"R", "Parent", "Child", 0, {{"Name", "Note"}}});
               }),
               errnum::kJetNoUniqueIndexForRelation);
     db->CreateIndex("Child", Index("Clash", {{"Note", 0}}));
-    EXPECT_EQ(ErrorOf([&] { Relate(0, "Clash"); }), errnum::kJetIndexAlreadyExists);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] { Relate(0, "Clash"); }), errnum::kJetIndexAlreadyExists);
+    EXPECT_EQ(FailureNumber([&] {
                   db->CreateRelation({"R", "Parent", "Nope", 0, {{"Code", "Code"}}});
               }),
               errnum::kJetItemNotFound);
     Relate(0);
-    EXPECT_EQ(ErrorOf([&] { Relate(0, "parentchild"); }), errnum::kJetObjectExists);
-    EXPECT_EQ(ErrorOf([&] { db->DropIndex("Child", "ParentChild"); }),
+    EXPECT_EQ(FailureNumber([&] { Relate(0, "parentchild"); }), errnum::kJetObjectExists);
+    EXPECT_EQ(FailureNumber([&] { db->DropIndex("Child", "ParentChild"); }),
               errnum::kJetFieldInRelationship);
-    EXPECT_EQ(ErrorOf([&] { db->DropIndex("Parent", "Code"); }), errnum::kJetFieldInRelationship);
-    EXPECT_EQ(ErrorOf([&] { db->DropTable("Child"); }), errnum::kJetFieldInRelationship);
+    EXPECT_EQ(FailureNumber([&] { db->DropIndex("Parent", "Code"); }), errnum::kJetFieldInRelationship);
+    EXPECT_EQ(FailureNumber([&] { db->DropTable("Child"); }), errnum::kJetFieldInRelationship);
     db->DropRelation("PARENTCHILD");
     EXPECT_EQ(Table("Child").indexes.size(), 1u);  // the foreign index went with it
     db->DropTable("Child");
@@ -245,17 +239,17 @@ TEST_F(SqliteSchemaTest, RelationsNeedAUniqueParentKeyAndAFreeIndexName) {
 
 TEST_F(SqliteSchemaTest, EnforcedRelationsGuardTheRowsOnBothSides) {
     db->Execute("INSERT INTO Child (Code) VALUES ('orphan')", 0);
-    EXPECT_EQ(ErrorOf([&] { Relate(0); }), errnum::kJetRelatedRecordRequired);
+    EXPECT_EQ(FailureNumber([&] { Relate(0); }), errnum::kJetRelatedRecordRequired);
     db->Execute("DELETE FROM Child", 0);
     Relate(0);
     db->Execute("INSERT INTO Parent (Code) VALUES ('ABC')", 0);
     db->Execute("INSERT INTO Child (Code) VALUES ('abc')", 0);
     db->Execute("INSERT INTO Child (Code) VALUES (NULL)", 0);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Child (Code) VALUES ('x')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Child (Code) VALUES ('x')", 0); }),
               errnum::kJetRelatedRecordRequired);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("DELETE FROM Parent", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("DELETE FROM Parent", 0); }),
               errnum::kJetRelatedRecordsExist);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("UPDATE Parent SET Code = 'new'", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("UPDATE Parent SET Code = 'new'", 0); }),
               errnum::kJetRelatedRecordsExist);
     db->Execute("UPDATE Parent SET Code = 'Abc'", 0);  // the same key, ignoring case
 }
@@ -281,11 +275,11 @@ TEST_F(SqliteSchemaTest, RenamingATableKeepsRowsIndexesAndRelations) {
     db->RenameTable("Mother", "MOTHER");
     EXPECT_EQ(db->ReadRelations()[0].table, "MOTHER");
     EXPECT_EQ(Rows("SELECT Code FROM MOTHER")[0][0], Variant("a"));
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO MOTHER (Code) VALUES ('A')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO MOTHER (Code) VALUES ('A')", 0); }),
               errnum::kJetDuplicateValue);
-    EXPECT_EQ(ErrorOf([&] { db->Execute("INSERT INTO Child (Code) VALUES ('b')", 0); }),
+    EXPECT_EQ(FailureNumber([&] { db->Execute("INSERT INTO Child (Code) VALUES ('b')", 0); }),
               errnum::kJetRelatedRecordRequired);
-    EXPECT_EQ(ErrorOf([&] { db->RenameTable("MOTHER", "child"); }), errnum::kJetTableExists);
+    EXPECT_EQ(FailureNumber([&] { db->RenameTable("MOTHER", "child"); }), errnum::kJetTableExists);
 }
 
 TEST_F(SqliteSchemaTest, SavedQueriesAreViewsAndPropertiesFollowTheirOwners) {
@@ -296,7 +290,7 @@ TEST_F(SqliteSchemaTest, SavedQueriesAreViewsAndPropertiesFollowTheirOwners) {
     EXPECT_EQ(Rows("SELECT * FROM Codes"),
               (std::vector<std::vector<Variant>>{{Variant("a")}, {Variant("b")}}));
     db->DropQuery("codes");
-    EXPECT_EQ(ErrorOf([&] { Rows("SELECT * FROM Codes"); }), errnum::kJetInputTableNotFound);
+    EXPECT_EQ(FailureNumber([&] { Rows("SELECT * FROM Codes"); }), errnum::kJetInputTableNotFound);
     EXPECT_EQ(db->ReadQueries().size(), 1u);
 
     db->SaveProperty({"Parent", "Name"}, {"Caption", dbText, Variant("Name of it")});
@@ -309,16 +303,16 @@ TEST_F(SqliteSchemaTest, SavedQueriesAreViewsAndPropertiesFollowTheirOwners) {
     db->Execute("INSERT INTO Parent (Code) VALUES ('c')", 0);
     EXPECT_EQ(Rows("SELECT Title FROM Parent WHERE Code = 'c'")[0][0], Variant("none"));
     EXPECT_TRUE(db->ReadProperties({"Parent", "Title"}).size() == 1u);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->DeleteProperty({"Parent", "Title"}, "Missing");
               }),
               errnum::kJetItemNotFound);
-    EXPECT_EQ(ErrorOf([&] {
+    EXPECT_EQ(FailureNumber([&] {
                   db->ReadProperties({"Parent", "Missing"});
               }),
               errnum::kJetItemNotFound);
     db->DropTable("Parent");
-    EXPECT_EQ(ErrorOf([&] { db->ReadProperties({"Parent", ""}); }), errnum::kJetItemNotFound);
+    EXPECT_EQ(FailureNumber([&] { db->ReadProperties({"Parent", ""}); }), errnum::kJetItemNotFound);
 }
 
 }  // namespace
