@@ -97,11 +97,13 @@ double WriteSeconds(const KeepingSink& records, const fs::path& target) {
     fs::remove(target);
     const auto start = Clock::now();
     auto copy = vorn::SqliteProjectFile::Create(target.string(), ";LANGID=0x0409;CP=1252;COUNTRY=0");
+    copy->WriteAsScratch();
     vorn::JetCopyWriter writer(target.string(), *copy, vorn::JetCopyWriter::Mode::kConvert);
     copy->BeginTrans();
     records.Replay(writer);
     copy->CommitTrans();
     copy->Close();
+    vorn::SqliteProjectFile::SyncToDisk(target.string());
     return Seconds(start);
 }
 

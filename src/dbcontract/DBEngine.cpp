@@ -53,7 +53,19 @@ std::shared_ptr<Database> DBEngine::CreateDatabase(const std::string& name, cons
 
 void DBEngine::CompactDatabase(const std::string& source, const std::string& destination, const std::string&,
                                std::int32_t) {
-    WithDaoErrors([&] { SqliteProjectFile::Compact(source, destination); });
+    CompactDatabase(source, destination, JetOpenOptions{});
+}
+
+void DBEngine::CompactDatabase(const std::string& source, const std::string& destination,
+                               const JetOpenOptions& how) {
+    WithDaoErrors([&] {
+        std::error_code ec;
+        if (!std::filesystem::is_regular_file(source, ec)) {
+            throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + source + "'.");
+        }
+        if (!JetProjectFile::LooksLikeJet(source)) return SqliteProjectFile::Compact(source, destination);
+        JetProjectFile::ReportWarnings(source, JetProjectFile::Convert(source, destination, false, how), how);
+    });
 }
 
 DBEngine& DaoEngine() {

@@ -7,6 +7,7 @@
 #include "dbcontract/DaoErrors.h"
 #include "dbcontract/Database.h"
 #include "dbcontract/Workspace.h"
+#include "dbcontract/jet/JetProjectFile.h"
 
 namespace vorn {
 
@@ -35,9 +36,16 @@ public:
     std::shared_ptr<Database> CreateDatabase(const std::string& name, const std::string& locale,
                                              std::int32_t options = 0);
 
-    // Writes a compacted copy to a new file; an existing destination fails.
+    // Writes a compacted copy to a new file of our own format; an existing
+    // destination fails. A Jet or ACE source is converted: read as
+    // OpenDatabase reads it, and copied whole (what cannot be copied is
+    // shown in one message).
     void CompactDatabase(const std::string& source, const std::string& destination,
                          const std::string& locale = {}, std::int32_t options = 0);
+    // The same with the copy's progress and warnings for a caller that shows
+    // them itself, and the password of a protected Jet source.
+    void CompactDatabase(const std::string& source, const std::string& destination,
+                         const JetOpenOptions& how);
 
 private:
     Workspace workspace_;

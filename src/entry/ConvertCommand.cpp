@@ -4,12 +4,13 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 #include <unistd.h>
 
 #include "dbcontract/DBEngine.h"
-#include "dbcontract/jet/JetProjectFile.h"
 #include "runtime/ErrorNumbers.h"
 #include "runtime/UserInterface.h"
 #include "runtime/VornError.h"
@@ -85,32 +86,29 @@ void Convert(const ConvertArguments& args) {
     if (!std::filesystem::exists(args.source)) {
         throw VornError(errnum::kJetFileNotFound, "vornc", "Could not find file '" + args.source + "'.");
     }
-    if (!JetProjectFile::LooksLikeJet(args.source)) {
-        // One of our own (or no project file at all, which the engine tells):
-        // compacted beside the target and put in its place when whole.
-        if (std::filesystem::exists(args.target) && !args.force) {
-            throw VornError(errnum::kJetDatabaseExists, "vornc",
-                            "The file '" + args.target + "' already exists; give --force to replace it.");
-        }
-        const std::string partial = args.target + ".partial-" + std::to_string(getpid());
-        std::error_code ignored;
-        std::filesystem::remove(partial, ignored);
-        try {
-            DaoEngine().CompactDatabase(args.source, partial);
-            std::filesystem::rename(partial, args.target);
-        } catch (...) {
-            std::filesystem::remove(partial, ignored);
-            throw;
-        }
-        return;
+    if (std::filesystem::exists(args.target) && !args.force) {
+        throw VornError(errnum::kJetDatabaseExists, "vornc",
+                        "The file '" + args.target + "' already exists; give --force to replace it.");
     }
     ConvertProgress progress(args.source);
-    JetOpenOptions options;
-    options.progress = [&progress](const std::string& table, std::int64_t done, std::int64_t total) {
+    JetOpenOptions how;
+    how.progress = [&progress](const std::string& table, std::int64_t done, std::int64_t total) {
         progress.Show(table, done, total);
     };
-    for (const std::string& warning : JetProjectFile::Convert(args.source, args.target, args.force, options)) {
-        std::fprintf(stderr, "vornc convert: warning: %s\n", warning.c_str());
+    how.warnings = [](const std::vector<std::string>& warnings) {
+        for (const std::string& warning : warnings) std::fprintf(stderr, "vornc convert: warning: %s\n", warning.c_str());
+    };
+    // Written beside the target and put in its place when whole, so that a
+    // replaced target is never lost to a failed conversion.
+    const std::string partial = args.target + ".partial-" + std::to_string(getpid());
+    std::error_code ignored;
+    std::filesystem::remove(partial, ignored);
+    try {
+        DaoEngine().CompactDatabase(args.source, partial, how);
+        std::filesystem::rename(partial, args.target);
+    } catch (...) {
+        std::filesystem::remove(partial, ignored);
+        throw;
     }
 }
 

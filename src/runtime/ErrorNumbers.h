@@ -40,6 +40,7 @@ inline constexpr std::int32_t kJetReadOnly = 3027;
 inline constexpr std::int32_t kJetNotValidPassword = 3031;
 inline constexpr std::int32_t kJetCannotPerform = 3032;
 inline constexpr std::int32_t kJetCommitWithoutBegin = 3034;
+inline constexpr std::int32_t kJetDiskOrNetworkError = 3043;
 inline constexpr std::int32_t kJetNotValidPath = 3044;
 inline constexpr std::int32_t kJetFileInUse = 3045;
 inline constexpr std::int32_t kJetDatabaseDamaged = 3049;

@@ -131,6 +131,17 @@ int CompareIgnoreCase(std::string_view a, std::string_view b) {
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < a.size() && j < b.size()) {
+        const auto byteA = static_cast<unsigned char>(a[i]);
+        const auto byteB = static_cast<unsigned char>(b[j]);
+        if (byteA < 0x80 && byteB < 0x80) {
+            // ASCII on both sides, the common case of names: no decoding.
+            const auto x = static_cast<char32_t>(byteA >= 'a' && byteA <= 'z' ? byteA - 32 : byteA);
+            const auto y = static_cast<char32_t>(byteB >= 'a' && byteB <= 'z' ? byteB - 32 : byteB);
+            if (x != y) return x < y ? -1 : 1;
+            ++i;
+            ++j;
+            continue;
+        }
         const char32_t x = FoldUpper(CodePointAt(a, i));
         const char32_t y = FoldUpper(CodePointAt(b, j));
         if (x != y) return x < y ? -1 : 1;

@@ -180,17 +180,6 @@ private:
     JetRecordSink& sink_;
 };
 
-void Report(const std::string& path, const std::vector<std::string>& warnings, const JetOpenOptions& options) {
-    if (warnings.empty()) return;
-    if (options.warnings) {
-        options.warnings(warnings);
-        return;
-    }
-    std::string text = "Some of '" + path + "' could not be read or copied:";
-    for (const std::string& warning : warnings) text += "\n- " + warning;
-    Ui().MessageBox({text, "Reading a project file", MsgIcon::kExclamation, MsgButtons::kOk, 1, "jet-read-warnings"});
-}
-
 constexpr const char* kFolderPrefix = "vorn-jet-";
 constexpr const char* kOwnerFile = "owner.pid";
 
@@ -251,11 +240,12 @@ std::unique_ptr<DatabaseBackend> JetProjectFile::Open(const std::string& path, c
         ReadResult read;
         {
             auto copy = SqliteProjectFile::Create(copyPath.string(), header.LocaleText());
+            copy->WriteAsScratch();  // a private copy: gone if the process dies
             read = ReadInto(source, *copy, JetCopyWriter::Mode::kServe, options);
             copy->Close();
         }
         auto copy = SqliteProjectFile::Open(copyPath.string(), true);
-        Report(source, read.warnings, options);
+        ReportWarnings(source, read.warnings, options);
         return std::make_unique<JetSourceDatabase>(std::move(copy), copyPath, folder, source, header.VersionText(),
                                                    std::move(read.design), OpenAttached);
     } catch (...) {
@@ -263,6 +253,18 @@ std::unique_ptr<DatabaseBackend> JetProjectFile::Open(const std::string& path, c
         fs::remove_all(folder, ignored);
         throw;
     }
+}
+
+void JetProjectFile::ReportWarnings(const std::string& path, const std::vector<std::string>& warnings,
+                                    const JetOpenOptions& options) {
+    if (warnings.empty()) return;
+    if (options.warnings) {
+        options.warnings(warnings);
+        return;
+    }
+    std::string text = "Some of '" + path + "' could not be read or copied:";
+    for (const std::string& warning : warnings) text += "\n- " + warning;
+    Ui().MessageBox({text, "Reading a project file", MsgIcon::kExclamation, MsgButtons::kOk, 1, "jet-read-warnings"});
 }
 
 std::vector<std::string> JetProjectFile::Convert(const std::string& source, const std::string& target, bool replace,
@@ -283,9 +285,11 @@ std::vector<std::string> JetProjectFile::Convert(const std::string& source, cons
         std::vector<std::string> warnings;
         {
             auto copy = SqliteProjectFile::Create(partial.string(), header.LocaleText());
+            copy->WriteAsScratch();
             warnings = ReadInto(from, *copy, JetCopyWriter::Mode::kConvert, options).warnings;
             copy->Close();
         }
+        SqliteProjectFile::SyncToDisk(partial.string());
         fs::rename(partial, to);
         return warnings;
     } catch (...) {

@@ -56,6 +56,11 @@ public:
     static std::vector<std::string> Convert(const std::string& source, const std::string& target, bool replace,
                                             const JetOpenOptions& options = {});
 
+    // Hands `warnings` about `path` to the options' handler, or shows them
+    // in one message box when there is none; nothing when there are none.
+    static void ReportWarnings(const std::string& path, const std::vector<std::string>& warnings,
+                               const JetOpenOptions& options);
+
     // Reads the Jet file into `target` (a new, empty project file) in one
     // transaction. Returns the warnings. The same failures as Open.
     static std::vector<std::string> CopyInto(const std::string& source, DatabaseBackend& target,

@@ -87,7 +87,7 @@ SqliteAttachments::Entry& SqliteAttachments::Find(const std::string& file, bool 
     entry->file = absolute;
     entry->alias = "vornattach" + std::to_string(++aliasesMade_);
     entry->forStatement = forStatement;
-    SqliteStatement attach(db_.Get(), "ATTACH DATABASE ?1 AS " + SqliteDdl::Quote(entry->alias));
+    SqliteStatement attach(db_, "ATTACH DATABASE ?1 AS " + SqliteDdl::Quote(entry->alias));
     attach.BindText(1, FileUri(absolute, readOnly_)).Run();
     try {
         entry->lock = std::make_unique<LdbLock>(absolute);

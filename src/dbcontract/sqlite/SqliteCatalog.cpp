@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/sqlite/SqliteCollations.h"
 #include "dbcontract/sqlite/SqliteDdl.h"
 #include "dbcontract/sqlite/SqliteHandle.h"
 #include "dbcontract/sqlite/SqliteStatement.h"
@@ -39,10 +40,30 @@ const std::vector<std::string> kCreateStatements = {
     "Value, PRIMARY KEY(TableName, FieldName, Name))",
     "CREATE TABLE MSysVornInfo(Name TEXT PRIMARY KEY, Value TEXT)"};
 
+// The rows of one property owner, ?1 the table and ?2 the field ('' for
+// none), found through the primary key. A file written by another program
+// may hold NULL for '', which only an owner with an empty name can match.
+std::string OwnerRows(const PropertyOwnerKey& owner) {
+    if (!owner.table.empty() && !owner.field.empty()) return "(TableName = ?1 AND FieldName = ?2)";
+    return "((TableName = ?1 AND FieldName = ?2) OR "
+           "(TableName IS NULL AND ?1 = '' AND (FieldName = ?2 OR (FieldName IS NULL AND ?2 = ''))) OR "
+           "(TableName = ?1 AND FieldName IS NULL AND ?2 = ''))";
+}
+
 const std::vector<std::string> kFieldDesign = {"DefaultValue", "ValidationRule", "ValidationText",
                                                "Precision", "Scale"};
 const std::vector<std::string> kTableDesign = {"ValidationRule", "ValidationText", "DateCreated",
                                                "LastUpdated"};
+
+// "Name IN (...)" of every built-in setting name: the user properties, most
+// of the rows, are left to SQLite to skip.
+std::string DesignNamesOnly() {
+    std::string names;
+    for (const auto* list : {&kFieldDesign, &kTableDesign}) {
+        for (const auto& name : *list) names += (names.empty() ? "'" : ", '") + name + "'";
+    }
+    return "Name COLLATE " + std::string(SqliteCollations::kNoCase) + " IN (" + names + ")";
+}
 
 bool Contains(const std::vector<std::string>& names, std::string_view name) {
     for (const auto& candidate : names) {
@@ -133,21 +154,21 @@ std::string SqliteCatalog::Table(std::string_view name) const {
 
 void SqliteCatalog::Create(std::string_view localeText) const {
     for (const auto& statement : kCreateStatements) db_.Exec(statement);
-    SqliteStatement insert(db_.Get(), "INSERT INTO MSysVornInfo(Name, Value) VALUES (?1, ?2)");
+    SqliteStatement insert(db_, "INSERT INTO MSysVornInfo(Name, Value) VALUES (?1, ?2)");
     insert.BindText(1, "FormatVersion").BindText(2, kFormatVersion).Run();
     insert.Reset();
     insert.BindText(1, "Locale").BindText(2, localeText).Run();
 }
 
 bool SqliteCatalog::Present() const {
-    SqliteStatement query(db_.Get(), "SELECT count(*) FROM " + Table("sqlite_schema") +
+    SqliteStatement query(db_, "SELECT count(*) FROM " + Table("sqlite_schema") +
                                          " WHERE type = 'table' AND name COLLATE NOCASE IN "
                                          "('MSysVornTables', 'MSysVornFields', 'MSysVornInfo')");
     return query.Step() && query.Int(0) == 3;
 }
 
 std::string SqliteCatalog::Info(std::string_view name) const {
-    SqliteStatement query(db_.Get(),
+    SqliteStatement query(db_,
                           "SELECT Value FROM " + Table("MSysVornInfo") + " WHERE Name = ?1");
     query.BindText(1, name);
     return query.Step() ? query.Text(0) : std::string();
@@ -157,8 +178,22 @@ std::string SqliteCatalog::Info(std::string_view name) const {
 
 std::vector<TableInfo> SqliteCatalog::ReadTables() const { return ReadTablesNamed(nullptr); }
 
+std::optional<std::string> SqliteCatalog::StoredTableName(std::string_view name) const {
+    return StoredName("MSysVornTables", "Name", name);
+}
+
+std::optional<std::string> SqliteCatalog::StoredFieldName(std::string_view storedTable,
+                                                          std::string_view field) const {
+    SqliteStatement query(db_, "SELECT Name FROM " + Table("MSysVornFields") +
+                                   " WHERE TableName = ?1 AND Name = ?2 COLLATE " +
+                                   SqliteCollations::kNoCase);
+    query.BindText(1, storedTable).BindText(2, field);
+    if (query.Step()) return query.Text(0);
+    return std::nullopt;
+}
+
 std::optional<TableInfo> SqliteCatalog::FindTable(std::string_view name) const {
-    const auto stored = StoredName("MSysVornTables", "Name", name);
+    const auto stored = StoredTableName(name);
     if (!stored) return std::nullopt;
     auto tables = ReadTablesNamed(&*stored);
     if (tables.empty()) return std::nullopt;
@@ -166,7 +201,7 @@ std::optional<TableInfo> SqliteCatalog::FindTable(std::string_view name) const {
 }
 
 std::vector<TableInfo> SqliteCatalog::ReadTablesNamed(const std::string* exactName) const {
-    SqliteStatement query(db_.Get(), "SELECT Name, Attributes, Connect, SourceTableName FROM " +
+    SqliteStatement query(db_, "SELECT Name, Attributes, Connect, SourceTableName FROM " +
                                          Table("MSysVornTables") + Filter(exactName, "Name") +
                                          " ORDER BY Position, Name");
     BindFilter(query, exactName);
@@ -187,7 +222,7 @@ std::vector<TableInfo> SqliteCatalog::ReadTablesNamed(const std::string* exactNa
 
 void SqliteCatalog::ReadFields(std::vector<TableInfo>& tables, const std::string* exactName) const {
     const auto byName = ByName(tables);
-    SqliteStatement query(db_.Get(),
+    SqliteStatement query(db_,
                           "SELECT TableName, Name, Type, Size, Attributes, Required, "
                           "AllowZeroLength FROM " +
                               Table("MSysVornFields") + Filter(exactName, "TableName") +
@@ -211,7 +246,7 @@ void SqliteCatalog::ReadFields(std::vector<TableInfo>& tables, const std::string
 void SqliteCatalog::ReadIndexes(std::vector<TableInfo>& tables,
                                 const std::string* exactName) const {
     const auto byName = ByName(tables);
-    SqliteStatement indexes(db_.Get(),
+    SqliteStatement indexes(db_,
                             "SELECT TableName, Name, IsPrimary, IsUnique, IgnoreNulls, IsForeign "
                             "FROM " +
                                 Table("MSysVornIndexes") + Filter(exactName, "TableName") +
@@ -228,7 +263,7 @@ void SqliteCatalog::ReadIndexes(std::vector<TableInfo>& tables,
         index.foreign = indexes.Int(5) != 0;
         table->indexes.push_back(std::move(index));
     }
-    SqliteStatement members(db_.Get(), "SELECT TableName, IndexName, FieldName, Attributes FROM " +
+    SqliteStatement members(db_, "SELECT TableName, IndexName, FieldName, Attributes FROM " +
                                            Table("MSysVornIndexFields") +
                                            Filter(exactName, "TableName") +
                                            " ORDER BY TableName, IndexName, Position");
@@ -246,9 +281,10 @@ void SqliteCatalog::ReadIndexes(std::vector<TableInfo>& tables,
 void SqliteCatalog::ReadDesignProperties(std::vector<TableInfo>& tables,
                                          const std::string* exactName) const {
     const auto byName = ByName(tables);
-    SqliteStatement query(db_.Get(),
+    SqliteStatement query(db_,
                           "SELECT TableName, IFNULL(FieldName, ''), Name, Type, Value FROM " +
-                              Table("MSysVornProperties") + Filter(exactName, "TableName"));
+                              Table("MSysVornProperties") + Filter(exactName, "TableName") +
+                              (exactName != nullptr ? " AND " : " WHERE ") + DesignNamesOnly());
     BindFilter(query, exactName);
     while (query.Step()) {
         auto* table = Lookup(byName, query.Text(0));
@@ -270,7 +306,7 @@ void SqliteCatalog::ReadDesignProperties(std::vector<TableInfo>& tables,
 std::vector<TableInfo> SqliteCatalog::ReadSystemTables() const {
     std::vector<TableInfo> tables;
     for (const auto& name : kTableNames) {
-        SqliteStatement columns(db_.Get(), "SELECT name, type FROM pragma_table_info(?1, ?2)");
+        SqliteStatement columns(db_, "SELECT name, type FROM pragma_table_info(?1, ?2)");
         columns.BindText(1, name).BindText(2, schema_);
         TableInfo table;
         table.name = name;
@@ -289,7 +325,7 @@ std::vector<TableInfo> SqliteCatalog::ReadSystemTables() const {
 }
 
 void SqliteCatalog::AddTable(const TableInfo& table) const {
-    SqliteStatement next(db_.Get(),
+    SqliteStatement next(db_,
                          "SELECT IFNULL(MAX(Position), -1) + 1 FROM " + Table("MSysVornTables"));
     next.Step();
     WriteTable(table, next.Int(0));
@@ -297,7 +333,7 @@ void SqliteCatalog::AddTable(const TableInfo& table) const {
 
 void SqliteCatalog::ReplaceTable(std::string_view storedName, const TableInfo& table) const {
     SqliteStatement position(
-        db_.Get(), "SELECT Position FROM " + Table("MSysVornTables") + " WHERE Name = ?1");
+        db_, "SELECT Position FROM " + Table("MSysVornTables") + " WHERE Name = ?1");
     position.BindText(1, storedName);
     const std::int64_t place = position.Step() ? position.Int(0) : 0;
     position.Reset();
@@ -308,7 +344,7 @@ void SqliteCatalog::ReplaceTable(std::string_view storedName, const TableInfo& t
 void SqliteCatalog::DeleteTable(std::string_view storedName) const {
     DeleteDesign(storedName);
     SqliteStatement properties(
-        db_.Get(), "DELETE FROM " + Table("MSysVornProperties") + " WHERE TableName = ?1");
+        db_, "DELETE FROM " + Table("MSysVornProperties") + " WHERE TableName = ?1");
     properties.BindText(1, storedName).Run();
 }
 
@@ -317,7 +353,7 @@ void SqliteCatalog::DeleteDesign(std::string_view storedName) const {
                                         TableColumn{"MSysVornFields", "TableName"},
                                         TableColumn{"MSysVornIndexes", "TableName"},
                                         TableColumn{"MSysVornIndexFields", "TableName"}}) {
-        SqliteStatement remove(db_.Get(), "DELETE FROM " + Table(table) + " WHERE " +
+        SqliteStatement remove(db_, "DELETE FROM " + Table(table) + " WHERE " +
                                               std::string(column) + " = ?1");
         remove.BindText(1, storedName).Run();
     }
@@ -327,7 +363,7 @@ void SqliteCatalog::DeleteDesign(std::string_view storedName) const {
         for (const auto& name : names) list += (list.empty() ? "'" : ", '") + name + "'";
         return list;
     };
-    SqliteStatement settings(db_.Get(),
+    SqliteStatement settings(db_,
                              "DELETE FROM " + Table("MSysVornProperties") +
                                  " WHERE TableName = ?1 AND ((IFNULL(FieldName, '') = '' "
                                  "AND Name COLLATE NOCASE IN (" +
@@ -339,7 +375,7 @@ void SqliteCatalog::DeleteDesign(std::string_view storedName) const {
 }
 
 void SqliteCatalog::WriteTable(const TableInfo& table, std::int64_t position) const {
-    SqliteStatement insert(db_.Get(), "INSERT INTO " + Table("MSysVornTables") +
+    SqliteStatement insert(db_, "INSERT INTO " + Table("MSysVornTables") +
                                           "(Name, Attributes, Connect, SourceTableName, Position) "
                                           "VALUES (?1, ?2, NULLIF(?3, ''), NULLIF(?4, ''), ?5)");
     insert.BindText(1, table.name).BindInt(2, table.attributes).BindText(3, table.connect);
@@ -353,7 +389,7 @@ void SqliteCatalog::WriteTable(const TableInfo& table, std::int64_t position) co
 
 void SqliteCatalog::WriteField(const TableInfo& table, const FieldInfo& field,
                                std::int32_t position) const {
-    SqliteStatement insert(db_.Get(), "INSERT INTO " + Table("MSysVornFields") +
+    SqliteStatement insert(db_, "INSERT INTO " + Table("MSysVornFields") +
                                           "(TableName, Name, Position, Type, Size, Attributes, "
                                           "Required, AllowZeroLength) VALUES (?1, ?2, ?3, ?4, ?5, "
                                           "?6, ?7, ?8)");
@@ -363,13 +399,13 @@ void SqliteCatalog::WriteField(const TableInfo& table, const FieldInfo& field,
 }
 
 void SqliteCatalog::WriteIndex(const TableInfo& table, const IndexInfo& index) const {
-    SqliteStatement insert(db_.Get(), "INSERT INTO " + Table("MSysVornIndexes") +
+    SqliteStatement insert(db_, "INSERT INTO " + Table("MSysVornIndexes") +
                                           "(TableName, Name, IsPrimary, IsUnique, IgnoreNulls, "
                                           "IsForeign) VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
     insert.BindText(1, table.name).BindText(2, index.name).BindInt(3, index.primary ? 1 : 0);
     insert.BindInt(4, index.unique || index.primary ? 1 : 0).BindInt(5, index.ignoreNulls ? 1 : 0);
     insert.BindInt(6, index.foreign ? 1 : 0).Run();
-    SqliteStatement member(db_.Get(), "INSERT INTO " + Table("MSysVornIndexFields") +
+    SqliteStatement member(db_, "INSERT INTO " + Table("MSysVornIndexFields") +
                                           "(TableName, IndexName, Position, FieldName, Attributes) "
                                           "VALUES (?1, ?2, ?3, ?4, ?5)");
     for (std::size_t i = 0; i < index.fields.size(); ++i) {
@@ -413,7 +449,7 @@ void SqliteCatalog::RenameTableReferences(std::string_view oldName,
                                         TableColumn{"MSysVornRelations", "ChildTable"},
                                         TableColumn{"MSysVornProperties", "TableName"}}) {
         const std::string name(column);
-        SqliteStatement update(db_.Get(), "UPDATE " + Table(table) + " SET " + name +
+        SqliteStatement update(db_, "UPDATE " + Table(table) + " SET " + name +
                                               " = ?2 WHERE " + name + " = ?1");
         update.BindText(1, oldName).BindText(2, newName).Run();
     }
@@ -435,7 +471,7 @@ void SqliteCatalog::RenameFieldReferences(std::string_view table, std::string_vi
         "UPDATE " + Table("MSysVornProperties") +
             " SET FieldName = ?3 WHERE TableName = ?1 AND FieldName = ?2"};
     for (const auto& sql : statements) {
-        SqliteStatement update(db_.Get(), sql);
+        SqliteStatement update(db_, sql);
         update.BindText(1, table).BindText(2, oldName).BindText(3, newName).Run();
     }
 }
@@ -444,7 +480,7 @@ void SqliteCatalog::RenameFieldReferences(std::string_view table, std::string_vi
 
 std::vector<RelationInfo> SqliteCatalog::ReadRelations() const {
     std::vector<RelationInfo> relations;
-    SqliteStatement query(db_.Get(), "SELECT Name, ParentTable, ChildTable, Attributes FROM " +
+    SqliteStatement query(db_, "SELECT Name, ParentTable, ChildTable, Attributes FROM " +
                                          Table("MSysVornRelations") + " ORDER BY rowid");
     while (query.Step()) {
         RelationInfo relation;
@@ -454,7 +490,7 @@ std::vector<RelationInfo> SqliteCatalog::ReadRelations() const {
         relation.attributes = static_cast<std::int32_t>(query.Int(3));
         relations.push_back(std::move(relation));
     }
-    SqliteStatement fields(db_.Get(), "SELECT RelationName, Name, ForeignName FROM " +
+    SqliteStatement fields(db_, "SELECT RelationName, Name, ForeignName FROM " +
                                           Table("MSysVornRelationFields") +
                                           " ORDER BY RelationName, Position");
     while (fields.Step()) {
@@ -475,12 +511,12 @@ std::optional<RelationInfo> SqliteCatalog::FindRelation(std::string_view name) c
 }
 
 void SqliteCatalog::AddRelation(const RelationInfo& relation) const {
-    SqliteStatement insert(db_.Get(), "INSERT INTO " + Table("MSysVornRelations") +
+    SqliteStatement insert(db_, "INSERT INTO " + Table("MSysVornRelations") +
                                           "(Name, ParentTable, ChildTable, Attributes) VALUES "
                                           "(?1, ?2, ?3, ?4)");
     insert.BindText(1, relation.name).BindText(2, relation.table);
     insert.BindText(3, relation.foreignTable).BindInt(4, relation.attributes).Run();
-    SqliteStatement field(db_.Get(), "INSERT INTO " + Table("MSysVornRelationFields") +
+    SqliteStatement field(db_, "INSERT INTO " + Table("MSysVornRelationFields") +
                                          "(RelationName, Position, Name, ForeignName) VALUES "
                                          "(?1, ?2, ?3, ?4)");
     for (std::size_t i = 0; i < relation.fields.size(); ++i) {
@@ -493,11 +529,11 @@ void SqliteCatalog::AddRelation(const RelationInfo& relation) const {
 }
 
 void SqliteCatalog::DeleteRelation(std::string_view storedName) const {
-    SqliteStatement relation(db_.Get(),
+    SqliteStatement relation(db_,
                              "DELETE FROM " + Table("MSysVornRelations") + " WHERE Name = ?1");
     relation.BindText(1, storedName).Run();
     SqliteStatement fields(
-        db_.Get(), "DELETE FROM " + Table("MSysVornRelationFields") + " WHERE RelationName = ?1");
+        db_, "DELETE FROM " + Table("MSysVornRelationFields") + " WHERE RelationName = ?1");
     fields.BindText(1, storedName).Run();
 }
 
@@ -505,7 +541,7 @@ void SqliteCatalog::DeleteRelation(std::string_view storedName) const {
 
 std::vector<QueryInfo> SqliteCatalog::ReadQueries() const {
     std::vector<QueryInfo> queries;
-    SqliteStatement query(db_.Get(),
+    SqliteStatement query(db_,
                           "SELECT Name, SQL FROM " + Table("MSysVornQueries") + " ORDER BY rowid");
     while (query.Step()) queries.push_back({query.Text(0), query.Text(1)});
     return queries;
@@ -520,12 +556,12 @@ std::optional<QueryInfo> SqliteCatalog::FindQuery(std::string_view name) const {
 
 void SqliteCatalog::AddQuery(const QueryInfo& query) const {
     SqliteStatement insert(
-        db_.Get(), "INSERT INTO " + Table("MSysVornQueries") + "(Name, SQL) VALUES (?1, ?2)");
+        db_, "INSERT INTO " + Table("MSysVornQueries") + "(Name, SQL) VALUES (?1, ?2)");
     insert.BindText(1, query.name).BindText(2, query.sql).Run();
 }
 
 void SqliteCatalog::DeleteQuery(std::string_view storedName) const {
-    SqliteStatement remove(db_.Get(),
+    SqliteStatement remove(db_,
                            "DELETE FROM " + Table("MSysVornQueries") + " WHERE Name = ?1");
     remove.BindText(1, storedName).Run();
 }
@@ -533,10 +569,9 @@ void SqliteCatalog::DeleteQuery(std::string_view storedName) const {
 // ---- Properties ---------------------------------------------------------------
 
 std::vector<PropertyInfo> SqliteCatalog::ReadProperties(const PropertyOwnerKey& owner) const {
-    SqliteStatement query(db_.Get(), "SELECT Name, Type, Value FROM " +
+    SqliteStatement query(db_, "SELECT Name, Type, Value FROM " +
                                          Table("MSysVornProperties") +
-                                         " WHERE IFNULL(TableName, '') = ?1 AND "
-                                         "IFNULL(FieldName, '') = ?2 ORDER BY rowid");
+                                         " WHERE " + OwnerRows(owner) + " ORDER BY rowid");
     query.BindText(1, owner.table).BindText(2, owner.field);
     std::vector<PropertyInfo> properties;
     while (query.Step()) {
@@ -556,11 +591,11 @@ void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
     const auto existing = StoredPropertyName(owner, property.name);
     const std::string sql =
         existing ? "UPDATE " + Table("MSysVornProperties") +
-                       " SET Type = ?4, Value = ?5, Name = ?3 WHERE IFNULL(TableName, '') = ?1 "
-                       "AND IFNULL(FieldName, '') = ?2 AND Name = ?6"
+                       " SET Type = ?4, Value = ?5, Name = ?3 WHERE " + OwnerRows(owner) +
+                       " AND Name = ?6"
                  : "INSERT INTO " + Table("MSysVornProperties") +
                        "(TableName, FieldName, Name, Type, Value) VALUES (?1, ?2, ?3, ?4, ?5)";
-    SqliteStatement write(db_.Get(), sql);
+    SqliteStatement write(db_, sql);
     write.BindText(1, owner.table).BindText(2, owner.field).BindText(3, property.name);
     write.BindInt(4, property.type).Bind(5, stored);
     if (existing) write.BindText(6, *existing);
@@ -570,37 +605,39 @@ void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
 bool SqliteCatalog::DeleteProperty(const PropertyOwnerKey& owner, std::string_view name) const {
     const auto existing = StoredPropertyName(owner, name);
     if (!existing) return false;
-    SqliteStatement remove(db_.Get(), "DELETE FROM " + Table("MSysVornProperties") +
-                                          " WHERE IFNULL(TableName, '') = ?1 AND "
-                                          "IFNULL(FieldName, '') = ?2 AND Name = ?3");
+    SqliteStatement remove(db_, "DELETE FROM " + Table("MSysVornProperties") +
+                                          " WHERE " + OwnerRows(owner) + " AND Name = ?3");
     remove.BindText(1, owner.table).BindText(2, owner.field).BindText(3, *existing).Run();
     return true;
 }
 
 void SqliteCatalog::DeleteFieldProperties(std::string_view table, std::string_view field) const {
-    SqliteStatement remove(db_.Get(), "DELETE FROM " + Table("MSysVornProperties") +
+    SqliteStatement remove(db_, "DELETE FROM " + Table("MSysVornProperties") +
                                           " WHERE TableName = ?1 AND FieldName = ?2");
     remove.BindText(1, table).BindText(2, field).Run();
 }
 
 std::optional<std::string> SqliteCatalog::StoredPropertyName(const PropertyOwnerKey& owner,
                                                              std::string_view name) const {
-    SqliteStatement query(db_.Get(), "SELECT Name FROM " + Table("MSysVornProperties") +
-                                         " WHERE IFNULL(TableName, '') = ?1 AND "
-                                         "IFNULL(FieldName, '') = ?2");
-    query.BindText(1, owner.table).BindText(2, owner.field);
-    while (query.Step()) {
-        if (utf8::EqualsIgnoreCase(query.Text(0), name)) return query.Text(0);
-    }
+    SqliteStatement query(db_, "SELECT Name FROM " + Table("MSysVornProperties") + " WHERE " +
+                                   OwnerRows(owner) + " AND Name = ?3 COLLATE " +
+                                   SqliteCollations::kNoCase);
+    query.BindText(1, owner.table).BindText(2, owner.field).BindText(3, name);
+    if (query.Step()) return query.Text(0);
     return std::nullopt;
 }
 
 std::optional<std::string> SqliteCatalog::StoredName(std::string_view table,
                                                      std::string_view column,
                                                      std::string_view name) const {
-    SqliteStatement query(db_.Get(), "SELECT " + std::string(column) + " FROM " + Table(table));
-    while (query.Step()) {
-        if (utf8::EqualsIgnoreCase(query.Text(0), name)) return query.Text(0);
+    // The exact name first, through the key; then ignoring case, by the
+    // engine's collation, which folds as names compare everywhere else.
+    const std::string select = "SELECT " + std::string(column) + " FROM " + Table(table) +
+                               " WHERE " + std::string(column) + " = ?1";
+    for (const std::string& sql : {select, select + " COLLATE " + SqliteCollations::kNoCase}) {
+        SqliteStatement query(db_, sql);
+        query.BindText(1, name);
+        if (query.Step()) return query.Text(0);
     }
     return std::nullopt;
 }

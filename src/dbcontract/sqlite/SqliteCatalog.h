@@ -45,6 +45,12 @@ public:
     // The catalog tables themselves, described as system tables.
     std::vector<TableInfo> ReadSystemTables() const;
     std::optional<TableInfo> FindTable(std::string_view name) const;
+    // A table's or a field's name as stored, found ignoring case; nullopt
+    // when there is none. Far cheaper than FindTable when only the name is
+    // wanted, as for every property a copy writes.
+    std::optional<std::string> StoredTableName(std::string_view name) const;
+    std::optional<std::string> StoredFieldName(std::string_view storedTable,
+                                               std::string_view field) const;
     // Adds a table after the others.
     void AddTable(const TableInfo& table) const;
     // Replaces the design of `storedName` by `table` (which may carry a new

@@ -4,6 +4,7 @@
 
 #include "dbcontract/sqlite/SqliteCollations.h"
 #include "dbcontract/sqlite/SqliteErrors.h"
+#include "dbcontract/sqlite/SqliteStatementCache.h"
 
 namespace vorn {
 namespace {
@@ -12,7 +13,8 @@ constexpr int kBusyTimeoutMs = 2000;
 
 }  // namespace
 
-SqliteHandle::SqliteHandle(const std::string& path, int flags) {
+SqliteHandle::SqliteHandle(const std::string& path, int flags)
+    : statements_(std::make_shared<SqliteStatementCache>()) {
     const int rc = sqlite3_open_v2(path.c_str(), &db_, flags, nullptr);
     if (rc != SQLITE_OK) {
         const auto error = db_ != nullptr ? SqliteErrors::FromHandle(db_)
@@ -46,6 +48,7 @@ bool SqliteHandle::InTransaction() const noexcept { return sqlite3_get_autocommi
 
 void SqliteHandle::Close() noexcept {
     if (db_ == nullptr) return;
+    statements_->Close();
     sqlite3_close_v2(db_);
     db_ = nullptr;
 }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 struct sqlite3;
 
 namespace vorn {
+
+class SqliteStatementCache;
 
 // Owns one SQLite connection. The connection knows the engine's collations
 // (VORNNOCASE, VORNDECIMAL) from the moment it is open.
@@ -21,6 +24,10 @@ public:
 
     sqlite3* Get() const noexcept { return db_; }
 
+    // The prepared statements kept for reuse on this connection (see
+    // SqliteStatement's constructor from a handle).
+    const std::shared_ptr<SqliteStatementCache>& Statements() const noexcept { return statements_; }
+
     // Runs one or more statements that return no rows.
     void Exec(std::string_view sql) const;
 
@@ -28,12 +35,14 @@ public:
     std::int64_t LastInsertRowid() const noexcept;
     bool InTransaction() const noexcept;
 
-    // Closes the connection; statements still open are finalized by SQLite
-    // when their owners drop them.
+    // Closes the connection; kept statements are finalized first, and
+    // statements still open are finalized by SQLite when their owners drop
+    // them.
     void Close() noexcept;
 
 private:
     sqlite3* db_ = nullptr;
+    std::shared_ptr<SqliteStatementCache> statements_;
 };
 
 }  // namespace vorn

@@ -1,6 +1,8 @@
 #include "dbcontract/sqlite/SqliteProjectFile.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -209,6 +211,20 @@ std::unique_ptr<SqliteProjectFile> SqliteProjectFile::Create(const std::string& 
         throw;
     }
     return Open(path, false);
+}
+
+void SqliteProjectFile::WriteAsScratch() {
+    CheckOpen();
+    db_->Exec("PRAGMA journal_mode = MEMORY; PRAGMA synchronous = OFF");
+}
+
+void SqliteProjectFile::SyncToDisk(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool synced = fd >= 0 && ::fsync(fd) == 0;
+    if (fd >= 0) ::close(fd);
+    if (!synced) {
+        throw SqliteErrors::Jet(errnum::kJetDiskOrNetworkError, "The file '" + path + "' could not be written to the disk.");
+    }
 }
 
 void SqliteProjectFile::Compact(const std::string& source, const std::string& destination) {

@@ -42,10 +42,22 @@ public:
     // Raises 3204 when the destination exists.
     static void Compact(const std::string& source, const std::string& destination);
 
+    // Flushes the file's bytes to the disk: for a file written as scratch
+    // before it is put in place.
+    static void SyncToDisk(const std::string& path);
+
     // True when `path` is an SQLite file with this format's catalog.
     static bool LooksLikeProjectFile(const std::string& path);
 
     ~SqliteProjectFile() override;
+
+    // For a new file that one writer fills whole and that is thrown away if
+    // the filling fails, such as a copy being converted: the rollback
+    // journal stays in memory (savepoints still roll back) and nothing is
+    // synced to the disk, which otherwise costs more than the writing. The
+    // caller syncs the file (SyncToDisk) before it puts it in place.
+    // REQUIRES: no transaction is open.
+    void WriteAsScratch();
 
     std::string Name() const override { return path_; }
     std::string Connect() const override { return ""; }

@@ -106,7 +106,7 @@ SqliteRowOpener::Described SqliteRowOpener::Describe(const SqliteStatement& prob
 }
 
 std::unique_ptr<RowSource> SqliteRowOpener::ForSql(const std::string& sql) const {
-    SqliteStatement probe(db_.Get(), sql);
+    SqliteStatement probe(db_, sql);
     if (HasText(probe.Tail())) {
         throw SqliteErrors::Jet(errnum::kJetCharactersAfterEnd,
                                 "Characters found after end of SQL statement.");

@@ -85,7 +85,7 @@ void SqliteRowSource::Restart() {
 
 std::optional<std::int64_t> SqliteRowSource::KnownCount() {
     if (!setup_.countSql) return std::nullopt;
-    SqliteStatement count(db_.Get(), *setup_.countSql);
+    SqliteStatement count(db_, *setup_.countSql);
     return count.Step() ? count.Int(0) : 0;
 }
 
@@ -110,26 +110,36 @@ const FieldInfo& SqliteRowSource::WritableField(std::size_t i, bool inserting) c
 }
 
 SqliteRowSource::RowKey SqliteRowSource::Insert(const Changes& values) {
-    const std::string table = TargetName();
-    std::vector<std::string> names;
+    std::vector<bool> columns(setup_.columns.size(), false);
     std::vector<StoredValue> stored;
     for (std::size_t i = 0; i < values.size() && i < setup_.columns.size(); ++i) {
         if (!values[i]) continue;
-        const auto& field = WritableField(i, true);
-        names.push_back(SqliteDdl::Quote(field.name));
-        stored.push_back(SqliteValueCodec::Encode(*values[i], field));
+        columns[i] = true;
+        stored.push_back(SqliteValueCodec::Encode(*values[i], WritableField(i, true)));
     }
-    std::string sql = "INSERT INTO " + table + " DEFAULT VALUES";
-    if (!names.empty()) {
-        std::vector<std::string> markers;
-        for (std::size_t i = 1; i <= names.size(); ++i) markers.push_back("?" + std::to_string(i));
-        sql = "INSERT INTO " + table + " (" + SqliteDdl::Join(names, ", ") + ") VALUES (" +
-              SqliteDdl::Join(markers, ", ") + ")";
+    if (!insert_ || columns != insertColumns_) {
+        insert_.reset();
+        insert_.emplace(db_, InsertSql(columns));
+        insertColumns_ = std::move(columns);
     }
-    SqliteStatement insert(db_.Get(), sql);
-    for (std::size_t i = 0; i < stored.size(); ++i) insert.Bind(static_cast<int>(i + 1), stored[i]);
-    insert.Run();
+    insert_->Reset();
+    for (std::size_t i = 0; i < stored.size(); ++i) insert_->Bind(static_cast<int>(i + 1), stored[i]);
+    insert_->Run();
     return KeyOf(db_.LastInsertRowid());
+}
+
+std::string SqliteRowSource::InsertSql(const std::vector<bool>& columns) const {
+    const std::string table = TargetName();
+    std::vector<std::string> names;
+    std::vector<std::string> markers;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (!columns[i]) continue;
+        names.push_back(SqliteDdl::Quote(WritableField(i, true).name));
+        markers.push_back("?" + std::to_string(names.size()));
+    }
+    if (names.empty()) return "INSERT INTO " + table + " DEFAULT VALUES";
+    return "INSERT INTO " + table + " (" + SqliteDdl::Join(names, ", ") + ") VALUES (" +
+           SqliteDdl::Join(markers, ", ") + ")";
 }
 
 void SqliteRowSource::Update(const RowKey& key, const Changes& changes) {
@@ -148,7 +158,7 @@ void SqliteRowSource::Update(const RowKey& key, const Changes& changes) {
         if (!Read(key, unchanged)) throw RecordDeleted();
         return;
     }
-    SqliteStatement update(db_.Get(), "UPDATE " + table + " SET " + SqliteDdl::Join(sets, ", ") +
+    SqliteStatement update(db_, "UPDATE " + table + " SET " + SqliteDdl::Join(sets, ", ") +
                                           " WHERE _rowid_ = ?" + std::to_string(stored.size() + 1));
     for (std::size_t i = 0; i < stored.size(); ++i) update.Bind(static_cast<int>(i + 1), stored[i]);
     update.BindInt(static_cast<int>(stored.size() + 1), rowid).Run();
@@ -156,7 +166,7 @@ void SqliteRowSource::Update(const RowKey& key, const Changes& changes) {
 }
 
 void SqliteRowSource::Delete(const RowKey& key) {
-    SqliteStatement remove(db_.Get(), "DELETE FROM " + TargetName() + " WHERE _rowid_ = ?1");
+    SqliteStatement remove(db_, "DELETE FROM " + TargetName() + " WHERE _rowid_ = ?1");
     remove.BindInt(1, RowidOf(key)).Run();
     if (db_.Changes() == 0) throw RecordDeleted();
 }
@@ -167,7 +177,7 @@ bool SqliteRowSource::Read(const RowKey& key, std::vector<Variant>& row) {
     for (const auto& field : target.fields) {
         columns.push_back(field ? SqliteDdl::Quote(field->name) : "NULL");
     }
-    SqliteStatement read(db_.Get(), "SELECT " + SqliteDdl::Join(columns, ", ") + " FROM " +
+    SqliteStatement read(db_, "SELECT " + SqliteDdl::Join(columns, ", ") + " FROM " +
                                         TargetName() + " WHERE _rowid_ = ?1");
     read.BindInt(1, RowidOf(key));
     if (!read.Step()) return false;

@@ -65,10 +65,16 @@ private:
     // The target field of column `i`, for a write. Raises 3164 for a column
     // that shows no field, and for a counter unless `inserting`.
     const FieldInfo& WritableField(std::size_t i, bool inserting) const;
+    // The insert of the columns marked true, with markers ?1.. in order.
+    std::string InsertSql(const std::vector<bool>& columns) const;
 
     const SqliteHandle& db_;
     Setup setup_;
     SqliteStatement select_;
+    // The insert of the columns last inserted, kept while rows keep coming
+    // with the same columns, as a copy writes them.
+    std::vector<bool> insertColumns_;
+    std::optional<SqliteStatement> insert_;
     bool pending_ = false;  // a row was read ahead to learn the column types
     std::int64_t currentRowid_ = 0;
 };

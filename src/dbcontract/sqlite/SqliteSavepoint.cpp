@@ -2,12 +2,15 @@
 
 #include "dbcontract/sqlite/SqliteDdl.h"
 #include "dbcontract/sqlite/SqliteHandle.h"
+#include "dbcontract/sqlite/SqliteStatement.h"
 
 namespace vorn {
 
 SqliteSavepoint::SqliteSavepoint(const SqliteHandle& db, std::string name)
     : db_(db), name_(SqliteDdl::Quote(name)) {
-    db_.Exec("SAVEPOINT " + name_);
+    // Kept statements: a savepoint is taken for every change, thousands of
+    // times in a copy.
+    SqliteStatement(db_, "SAVEPOINT " + name_).Run();
 }
 
 SqliteSavepoint::~SqliteSavepoint() {
@@ -21,7 +24,7 @@ SqliteSavepoint::~SqliteSavepoint() {
 }
 
 void SqliteSavepoint::Release() {
-    db_.Exec("RELEASE " + name_);
+    SqliteStatement(db_, "RELEASE " + name_).Run();
     open_ = false;
 }
 

@@ -422,7 +422,7 @@ void SqliteSchemaEditor::CheckNoOrphans(const RelationInfo& r) const {
         match += (match.empty() ? "" : " AND ") + std::string("p.") + SqliteDdl::Quote(pair.name) +
                  " = " + childField;
     }
-    SqliteStatement orphans(db_.Get(), "SELECT 1 FROM " + SqliteDdl::Quote(r.foreignTable) +
+    SqliteStatement orphans(db_, "SELECT 1 FROM " + SqliteDdl::Quote(r.foreignTable) +
                                            " AS c WHERE " + notNull + "NOT EXISTS (SELECT 1 FROM " +
                                            SqliteDdl::Quote(r.table) + " AS p WHERE " + match +
                                            ") LIMIT 1");
@@ -514,19 +514,21 @@ void SqliteSchemaEditor::ShowQuery(const QueryInfo& query, const std::string& vi
 
 PropertyOwnerKey SqliteSchemaEditor::ResolveOwner(const PropertyOwnerKey& owner) const {
     if (owner.table.empty()) return {};
-    auto found = catalog_.FindTable(owner.table);
-    if (!found) {
-        // The catalog tables have properties too, if none of their own.
-        for (auto& system : catalog_.ReadSystemTables()) {
-            if (Same(system.name, owner.table)) found = std::move(system);
-        }
+    if (const auto table = catalog_.StoredTableName(owner.table)) {
+        if (owner.field.empty()) return {*table, ""};
+        const auto field = catalog_.StoredFieldName(*table, owner.field);
+        if (!field) throw SqliteErrors::ItemNotFound(owner.field);
+        return {*table, *field};
     }
-    if (!found) throw SqliteErrors::ItemNotFound(owner.table);
-    const auto& table = *found;
-    if (owner.field.empty()) return {table.name, ""};
-    const auto field = FindNamed(table.fields, owner.field);
-    if (field == table.fields.end()) throw SqliteErrors::ItemNotFound(owner.field);
-    return {table.name, field->name};
+    // The catalog tables have properties too, if none of their own.
+    for (const auto& system : catalog_.ReadSystemTables()) {
+        if (!Same(system.name, owner.table)) continue;
+        if (owner.field.empty()) return {system.name, ""};
+        const auto field = FindNamed(system.fields, owner.field);
+        if (field == system.fields.end()) throw SqliteErrors::ItemNotFound(owner.field);
+        return {system.name, field->name};
+    }
+    throw SqliteErrors::ItemNotFound(owner.table);
 }
 
 void SqliteSchemaEditor::SaveProperty(const PropertyOwnerKey& owner, const PropertyInfo& property) {

@@ -1,5 +1,7 @@
 #include "dbcontract/sqlite/SqliteSchemaSync.h"
 
+#include <algorithm>
+
 #include <sqlite3.h>
 
 #include <optional>
@@ -163,8 +165,8 @@ void SqliteSchemaSync::ConvertRows(const TableInfo& before, const TableInfo& aft
         pairs.emplace_back(FieldNamed(before, sources[i]), &after.fields[i]);
     }
     SqliteStatement read(
-        db_.Get(), "SELECT " + SqliteDdl::Join(values) + " FROM " + SqliteDdl::Quote(before.name));
-    SqliteStatement write(db_.Get(), "INSERT INTO " + SqliteDdl::Quote(into) + " (" +
+        db_, "SELECT " + SqliteDdl::Join(values) + " FROM " + SqliteDdl::Quote(before.name));
+    SqliteStatement write(db_, "INSERT INTO " + SqliteDdl::Quote(into) + " (" +
                                          SqliteDdl::Join(targets) + ") VALUES (" +
                                          SqliteDdl::Join(markers) + ")");
     const int first = keepRowid ? 2 : 1;
@@ -224,8 +226,31 @@ void SqliteSchemaSync::DropTable(std::string_view name) const {
 }
 
 void SqliteSchemaSync::RefreshDerived(const TableInfo& table) const {
-    DropDerived(table.name);
-    CreateDerived(table);
+    // An index that stays as it was is kept: building it again reads every
+    // row, and a relation added to a full table must not cost that.
+    std::vector<std::string> wanted;
+    for (const auto& index : table.indexes) wanted.push_back(SqliteDdl::CreateIndex(table, index));
+    std::vector<std::string> drops;
+    std::vector<std::string> kept;
+    SqliteStatement query(db_,
+                          "SELECT type, name, sql FROM sqlite_schema WHERE tbl_name = ?1 "
+                          "COLLATE NOCASE AND type IN ('index', 'trigger') AND sql IS "
+                          "NOT NULL");
+    query.BindText(1, table.name);
+    while (query.Step()) {
+        const std::string type = query.Text(0);
+        const std::string sql = query.Text(2);
+        if (type == "index" && std::find(wanted.begin(), wanted.end(), sql) != wanted.end()) {
+            kept.push_back(sql);
+            continue;
+        }
+        drops.push_back("DROP " + utf8::ToUpper(type) + " " + SqliteDdl::Quote(query.Text(1)));
+    }
+    for (const auto& drop : drops) db_.Exec(drop);
+    for (const auto& create : wanted) {
+        if (std::find(kept.begin(), kept.end(), create) == kept.end()) db_.Exec(create);
+    }
+    CreateTriggers(table);
 }
 
 void SqliteSchemaSync::DropRelationTriggers(std::string_view relation) const {
@@ -236,7 +261,7 @@ void SqliteSchemaSync::DropRelationTriggers(std::string_view relation) const {
 
 void SqliteSchemaSync::DropDerived(std::string_view table) const {
     std::vector<std::string> drops;
-    SqliteStatement query(db_.Get(),
+    SqliteStatement query(db_,
                           "SELECT type, name FROM sqlite_schema WHERE tbl_name = ?1 "
                           "COLLATE NOCASE AND type IN ('index', 'trigger') AND sql IS "
                           "NOT NULL");
@@ -250,6 +275,10 @@ void SqliteSchemaSync::DropDerived(std::string_view table) const {
 
 void SqliteSchemaSync::CreateDerived(const TableInfo& table) const {
     for (const auto& index : table.indexes) db_.Exec(SqliteDdl::CreateIndex(table, index));
+    CreateTriggers(table);
+}
+
+void SqliteSchemaSync::CreateTriggers(const TableInfo& table) const {
     if (const auto trigger = SqliteDdl::CounterTrigger(table)) db_.Exec(*trigger);
     for (const auto& relation : catalog_.ReadRelations()) {
         if (!utf8::EqualsIgnoreCase(relation.table, table.name) &&

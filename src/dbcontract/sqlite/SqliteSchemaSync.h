@@ -41,6 +41,8 @@ public:
 private:
     void DropDerived(std::string_view table) const;
     void CreateDerived(const TableInfo& table) const;
+    // The counter trigger and the triggers of the table's relations.
+    void CreateTriggers(const TableInfo& table) const;
     bool AddInPlace(const TableInfo& before, const TableInfo& after,
                     const std::vector<std::string>& sources) const;
     void Rebuild(const TableInfo& before, const TableInfo& after,

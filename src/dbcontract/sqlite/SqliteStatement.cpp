@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "dbcontract/sqlite/SqliteErrors.h"
+#include "dbcontract/sqlite/SqliteHandle.h"
+#include "dbcontract/sqlite/SqliteStatementCache.h"
 
 namespace vorn {
 namespace {
@@ -23,23 +25,51 @@ SqliteStatement::SqliteStatement(sqlite3* db, std::string_view sql) : db_(db), s
     }
 }
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(statement_); }
+SqliteStatement::SqliteStatement(const SqliteHandle& handle, std::string_view sql)
+    : db_(handle.Get()), sql_(sql) {
+    statement_ = handle.Statements()->Take(sql_);
+    if (statement_ == nullptr) {
+        const char* tail = nullptr;
+        const int rc = sqlite3_prepare_v3(db_, sql_.c_str(), static_cast<int>(sql_.size()),
+                                          SQLITE_PREPARE_PERSISTENT, &statement_, &tail);
+        if (rc != SQLITE_OK) throw SqliteErrors::FromHandle(db_);
+        // Only a single statement is kept: the tail of a longer text would
+        // be lost on reuse.
+        if (tail != nullptr && *tail != '\0') {
+            tail_ = sql_.substr(static_cast<std::size_t>(tail - sql_.c_str()));
+            return;
+        }
+    }
+    cache_ = handle.Statements();
+}
+
+SqliteStatement::~SqliteStatement() { Release(); }
 
 SqliteStatement::SqliteStatement(SqliteStatement&& other) noexcept
     : db_(other.db_),
       statement_(std::exchange(other.statement_, nullptr)),
       tail_(std::move(other.tail_)),
-      sql_(std::move(other.sql_)) {}
+      sql_(std::move(other.sql_)),
+      cache_(std::move(other.cache_)) {}
 
 SqliteStatement& SqliteStatement::operator=(SqliteStatement&& other) noexcept {
     if (this != &other) {
-        sqlite3_finalize(statement_);
+        Release();
         db_ = other.db_;
         statement_ = std::exchange(other.statement_, nullptr);
         tail_ = std::move(other.tail_);
         sql_ = std::move(other.sql_);
+        cache_ = std::move(other.cache_);
     }
     return *this;
+}
+
+void SqliteStatement::Release() noexcept {
+    if (cache_) {
+        cache_->Give(sql_, std::exchange(statement_, nullptr));
+    } else {
+        sqlite3_finalize(std::exchange(statement_, nullptr));
+    }
 }
 
 SqliteStatement& SqliteStatement::Bind(int index, const StoredValue& value) {

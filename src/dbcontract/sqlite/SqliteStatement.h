@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,12 +12,19 @@ struct sqlite3_stmt;
 
 namespace vorn {
 
+class SqliteHandle;
+class SqliteStatementCache;
+
 // Owns one prepared statement. Parameters and columns count as SQLite
 // counts them: parameters from 1, columns from 0.
 class SqliteStatement {
 public:
     // Prepares the first statement of `sql`; raises the mapped error.
     SqliteStatement(sqlite3* db, std::string_view sql);
+    // The same for one statement that is run again and again: taken from
+    // the handle's kept statements when one is idle, and given back to them
+    // (reset) when dropped.
+    SqliteStatement(const SqliteHandle& handle, std::string_view sql);
     ~SqliteStatement();
     SqliteStatement(SqliteStatement&& other) noexcept;
     SqliteStatement& operator=(SqliteStatement&& other) noexcept;
@@ -54,10 +62,15 @@ public:
     const std::string& Tail() const noexcept { return tail_; }
 
 private:
+    // Finalizes the statement, or gives it back to the kept statements.
+    void Release() noexcept;
+
     sqlite3* db_ = nullptr;
     sqlite3_stmt* statement_ = nullptr;
     std::string tail_;
     std::string sql_;
+    // Set when the statement goes back to the handle's kept statements.
+    std::shared_ptr<SqliteStatementCache> cache_;
 };
 
 }  // namespace vorn
