@@ -64,8 +64,11 @@ start() {
   fi
 
   rm -f "$dir/pid"
+  # Its own temp folder: a cleaner of the shared /tmp must not take the
+  # server's internal temporary tables from under it.
+  mkdir -p "$dir/tmp"
   "$server" --no-defaults --datadir="$dir/data" --socket="$sock" --skip-networking \
-    "${user_opt[@]}" --pid-file="$dir/pid" --log-error="$dir/err" \
+    "${user_opt[@]}" --pid-file="$dir/pid" --log-error="$dir/err" --tmpdir="$dir/tmp" \
     --innodb-buffer-pool-size=32M --innodb-log-file-size=16M \
     --skip-log-bin --character-set-server=utf8mb4 --collation-server=utf8mb4_general_ci \
     </dev/null >/dev/null 2>&1 &
