@@ -213,4 +213,32 @@ ServerTarget ParseConnectText(std::int16_t providerCode, std::string_view text) 
     return target;
 }
 
+std::optional<ServerTarget> EnterpriseTargetOf(std::string_view connect) {
+    const std::string_view text = utf8::Trim(connect);
+    const auto semicolon = text.find(';');
+    if (semicolon != std::string_view::npos) {
+        if (const std::int16_t code = ProviderFromTag(text.substr(0, semicolon)); code != 0) {
+            return ParseConnectText(code, text.substr(semicolon + 1));
+        }
+    }
+    std::string_view odbc = text;
+    if (utf8::EqualsIgnoreCase(odbc.substr(0, 5), "ODBC;")) odbc.remove_prefix(5);
+    const auto parts = SplitParts(odbc);
+    const auto driver = parts.find("DRIVER");
+    if (driver == parts.end()) return std::nullopt;
+    const std::int16_t code = ProviderFromDriver(driver->second);
+    if (code == 0) {
+        throw ServerFailure("DBEngine", "The ODBC driver '" + driver->second +
+                                            "' serves no provider this system knows (SQL Server, Oracle, MySQL, "
+                                            "SQLite).");
+    }
+    ServerTarget target = ParseConnectText(code, odbc);
+    if (const auto trusted = parts.find("TRUSTED_CONNECTION");
+        trusted != parts.end() && utf8::EqualsIgnoreCase(trusted->second, "yes")) {
+        target.user.clear();
+        target.password.clear();
+    }
+    return target;
+}
+
 }  // namespace vorn

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -50,5 +51,15 @@ std::string BuildConnectText(std::string_view server, std::string_view database,
 // too). A MySQL server text is taken apart into host, port and socket: a
 // text starting with "/" is a socket on localhost.
 ServerTarget ParseConnectText(std::int16_t provider, std::string_view text);
+
+// The enterprise database that the connect string of a Database names: the
+// IDAO form, a provider's tag, ";" and a connect string ("SQLITE;
+// Server=...;Database=...;"), or an ODBC string, "ODBC;" optional, whose
+// Driver names the provider ("Driver={SQL Server};Server=...;UID=...;
+// PWD=...;Database=...;", see ProviderFromDriver). nullopt for any other
+// text (the connect string of a project file, ";PWD=..."). Fails with
+// kDalGenericFailure quoting the driver when an ODBC string names a driver
+// of no provider.
+std::optional<ServerTarget> EnterpriseTargetOf(std::string_view connect);
 
 }  // namespace vorn

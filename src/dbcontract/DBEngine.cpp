@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "dbcontract/ConnectionTarget.h"
+#include "dbcontract/EnterpriseBackend.h"
 #include "dbcontract/jet/JetProjectFile.h"
 #include "dbcontract/sqlite/SqliteProjectFile.h"
 #include "runtime/ErrorNumbers.h"
@@ -34,8 +36,15 @@ std::shared_ptr<Database> DBEngine::OpenDatabase(const std::string& name, std::i
                                                  const std::string& connect) {
     return WithDaoErrors([&] {
         if (!connect.empty()) {
-            throw VornError(errnum::kJetOperationNotSupported, "DAO.DBEngine",
-                            "Opening a database through an ODBC connect string is not supported: " + connect);
+            const std::optional<ServerTarget> target = EnterpriseTargetOf(connect);
+            if (!target) {
+                throw VornError(errnum::kJetOperationNotSupported, "DAO.DBEngine",
+                                "Opening a database through this connect string is not supported: " + connect);
+            }
+            auto database = std::make_shared<Database>(std::make_unique<EnterpriseBackend>(
+                OpenServerConnection(*target), connect, readOnly, EnterpriseBackend::Sql::Jet));
+            workspace_.Add(database);
+            return database;
         }
         auto database = std::make_shared<Database>(OpenBackend(name, readOnly));
         workspace_.Add(database);

@@ -28,6 +28,11 @@ public:
     // Opens a project file by its content, whatever its extension. A missing
     // file fails with 3024, a file of no known format with 3343. Read only:
     // every write fails with 3027 and the file is left as it was.
+    // With `connect` naming an enterprise database (EnterpriseTargetOf: the
+    // IDAO form or an ODBC string), `name` is not used and the database of
+    // the server opens as a Database: its tables, fields, indexes and
+    // relations, Jet SQL rewritten for its engine, Connect that string; a
+    // server that cannot be reached fails with kDalGenericFailure.
     std::shared_ptr<Database> OpenDatabase(const std::string& name, std::int32_t options = 0,
                                            bool readOnly = false, const std::string& connect = {});
 

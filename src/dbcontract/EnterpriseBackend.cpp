@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/SqlServerRewriter.h"
 #include "dbcontract/SqlTokenizer.h"
 #include "runtime/Conversions.h"
 #include "runtime/ErrorNumbers.h"
@@ -107,6 +108,9 @@ std::vector<Variant> DecodeKey(std::string_view key) {
 // visible ones (spliced in) or among them.
 struct RowPlan {
     std::string sql;  // the query as run, key columns spliced in
+    // The DAO type of each column of `sql` where the engine must be told
+    // (Jet SQL's expressions); empty when the engine knows.
+    std::vector<std::int16_t> types;
     std::optional<TableInfo> table;
     std::vector<std::string> keyNames;      // key columns of the table
     std::vector<std::size_t> keyPositions;  // where each is in a full result row
@@ -146,7 +150,9 @@ class ServerRowSource : public RowSource {
         return true;
     }
 
-    void Restart() override { cursor_ = connection_->Query(plan_.sql); }
+    void Restart() override {
+        cursor_ = plan_.types.empty() ? connection_->Query(plan_.sql) : connection_->QueryAs(plan_.sql, plan_.types);
+    }
     std::optional<std::int64_t> KnownCount() override { return std::nullopt; }
     bool Updatable() const override { return writable_ && !plan_.keyNames.empty(); }
 
@@ -311,6 +317,7 @@ bool SpliceKeys(ServerConnection& connection, RowPlan& plan, const std::string& 
         }
         plan.sql = *spliced;
         plan.hidden = plan.keyNames.size();
+        if (!plan.types.empty()) plan.types.insert(plan.types.begin(), plan.hidden, std::int16_t{0});
         plan.keyPositions.clear();
         for (std::size_t k = 0; k < plan.keyNames.size(); ++k) plan.keyPositions.push_back(k);
         return true;
@@ -318,10 +325,12 @@ bool SpliceKeys(ServerConnection& connection, RowPlan& plan, const std::string& 
     return false;
 }
 
-// How to read and write the rows of `sql`.
-RowPlan PlanRows(ServerConnection& connection, const std::string& sql, bool writable) {
+// How to read and write the rows of `sql`, whose columns hold `types`.
+RowPlan PlanRows(ServerConnection& connection, const std::string& sql, std::vector<std::int16_t> types,
+                 bool writable) {
     RowPlan plan;
     plan.sql = sql;
+    plan.types = std::move(types);
     if (!writable) return plan;
     const auto columns = connection.Query(sql)->Columns();
     const auto tableName = SingleSourceTable(columns);
@@ -340,8 +349,8 @@ RowPlan PlanRows(ServerConnection& connection, const std::string& sql, bool writ
 }  // namespace
 
 EnterpriseBackend::EnterpriseBackend(std::shared_ptr<ServerConnection> connection,
-                                     std::string connect, bool readOnly)
-    : connection_(std::move(connection)), connect_(std::move(connect)), readOnly_(readOnly) {}
+                                     std::string connect, bool readOnly, Sql sql)
+    : connection_(std::move(connection)), connect_(std::move(connect)), readOnly_(readOnly), sql_(sql) {}
 
 ServerConnection& EnterpriseBackend::Connection() const {
     if (!connection_)
@@ -397,24 +406,38 @@ void EnterpriseBackend::RefuseReadOnly() const {
                         "Cannot update. Database or object is read-only.");
 }
 
-std::int64_t EnterpriseBackend::Execute(std::string_view sql, std::int32_t) {
+std::int64_t EnterpriseBackend::Execute(std::string_view sql, std::int32_t options) {
     RefuseReadOnly();
-    return Connection().Execute(Connection().Prepare(sql));
+    ServerConnection& connection = Connection();
+    // A change of design goes to the server as its own text: Jet writes
+    // DROP TABLE and ALTER TABLE ... DROP CONSTRAINT as SQL Server does.
+    const bool jet = sql_ == Sql::Jet && (options & dao::dbSQLPassThrough) == 0 &&
+                     SqlServerRewriter::IsRowStatement(sql);
+    return connection.Execute(jet ? connection.PrepareJetChange(sql) : connection.Prepare(sql));
 }
 
 std::unique_ptr<RowSource> EnterpriseBackend::OpenRows(const RowRequest& request) {
     ServerConnection& connection = Connection();
-    std::string sql = request.isTable ? "SELECT * FROM " + connection.QuoteName(request.source)
-                                      : connection.Prepare(request.source);
-    if (!request.filter.empty() || !request.sort.empty()) {
+    std::string sql;
+    std::vector<std::int16_t> types;
+    if (sql_ == Sql::Jet) {
+        ServerConnection::JetQuery query =
+            connection.PrepareJetQuery(request.source, request.isTable, request.filter, request.sort,
+                                       (request.options & dao::dbSQLPassThrough) != 0);
+        sql = std::move(query.sql);
+        types = std::move(query.columnTypes);
+    } else {
+        sql = request.isTable ? "SELECT * FROM " + connection.QuoteName(request.source) : connection.Prepare(request.source);
+    }
+    if (sql_ == Sql::SqlServer && (!request.filter.empty() || !request.sort.empty())) {
         sql = "SELECT * FROM (" + sql + ") AS " + connection.QuoteName("filtered");
-        if (!request.filter.empty()) sql += " WHERE " + connection.Prepare(request.filter);
-        if (!request.sort.empty()) sql += " ORDER BY " + connection.Prepare(request.sort);
+        if (!request.filter.empty()) sql += " WHERE " + connection.PrepareCondition(request.filter);
+        if (!request.sort.empty()) sql += " ORDER BY " + connection.PrepareOrderList(request.sort);
     }
     const bool writable = !readOnly_ && (request.options & dao::dbReadOnly) == 0 &&
                           request.type != dao::dbOpenSnapshot &&
                           request.type != dao::dbOpenForwardOnly;
-    return std::make_unique<ServerRowSource>(connection_, PlanRows(connection, sql, writable),
+    return std::make_unique<ServerRowSource>(connection_, PlanRows(connection, sql, std::move(types), writable),
                                              writable);
 }
 

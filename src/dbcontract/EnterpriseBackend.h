@@ -17,9 +17,15 @@ namespace vorn {
 // DalConnection.
 class EnterpriseBackend : public DatabaseBackend {
   public:
-    // `connect` is what Database.Connect answers (the IDAO connect string).
+    // What SQL its Execute and OpenRows take: SQL Server's text (an
+    // IdaoDatabase) or Jet SQL (a Database that DBEngine opened on the
+    // enterprise database), each rewritten by the engine.
+    enum class Sql { SqlServer, Jet };
+
+    // `connect` is what Database.Connect answers (the IDAO connect string,
+    // or the connect string DBEngine.OpenDatabase was given).
     EnterpriseBackend(std::shared_ptr<ServerConnection> connection, std::string connect,
-                      bool readOnly);
+                      bool readOnly, Sql sql = Sql::SqlServer);
 
     std::string Name() const override;
     std::string Connect() const override { return connect_; }
@@ -48,7 +54,10 @@ class EnterpriseBackend : public DatabaseBackend {
     void SaveProperty(const PropertyOwnerKey& owner, const PropertyInfo& property) override;
     void DeleteProperty(const PropertyOwnerKey& owner, std::string_view name) override;
 
-    // Runs the statement through the connection's rewrite; 3027 when read only.
+    // Runs the statement through the connection's rewrite of its SQL; 3027
+    // when read only. On a Jet database a statement that is no query or
+    // change of rows (DROP TABLE, ALTER TABLE ... DROP CONSTRAINT) goes as
+    // SQL Server's text, as Jet passes such a statement to the server.
     std::int64_t Execute(std::string_view sql, std::int32_t options) override;
     std::unique_ptr<RowSource> OpenRows(const RowRequest& request) override;
 
@@ -68,6 +77,7 @@ class EnterpriseBackend : public DatabaseBackend {
     std::shared_ptr<ServerConnection> connection_;
     std::string connect_;
     bool readOnly_;
+    Sql sql_;
     // One entry per open BeginTrans: true when it opened the server
     // transaction itself.
     std::vector<bool> transactions_;

@@ -64,6 +64,16 @@ std::int16_t ProviderFromTag(std::string_view tag) {
     return 0;
 }
 
+std::int16_t ProviderFromDriver(std::string_view driver) {
+    const std::string name = utf8::ToUpper(utf8::Trim(driver));
+    const auto has = [&](std::string_view word) { return name.find(word) != std::string::npos; };
+    if (has("SQL SERVER")) return provider::kSqlServer;
+    if (has("ORACLE")) return provider::kOracle;
+    if (has("MYSQL") || has("MARIADB")) return provider::kMySql;
+    if (has("SQLITE")) return provider::kSqlite;
+    return 0;
+}
+
 std::string ProviderDisplayName(std::int16_t code) {
     const ProviderRule* rule = FindProviderRule(code);
     const std::string number = "provider " + std::to_string(code);

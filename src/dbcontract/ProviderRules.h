@@ -51,6 +51,11 @@ std::string_view ProviderTag(std::int16_t code);
 // the tag is unknown.
 std::int16_t ProviderFromTag(std::string_view tag);
 
+// The provider of an ODBC driver's name, ignoring case: "SQL Server" 4,
+// "Microsoft ODBC for Oracle" (any name with "Oracle") 2, a name with
+// "MySQL" or "MariaDB" 8, with "SQLite" 16; 0 for any other.
+std::int16_t ProviderFromDriver(std::string_view driver);
+
 // "SQL Server (provider 4)", "provider 99" for an unknown code.
 std::string ProviderDisplayName(std::int16_t code);
 

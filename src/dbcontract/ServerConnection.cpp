@@ -166,6 +166,17 @@ Variant ValueForField(const Variant& value, const FieldInfo& field) {
     }
 }
 
+ServerConnection::JetQuery ServerConnection::PrepareJetQuery(std::string_view source, bool, std::string_view,
+                                                             std::string_view, bool) {
+    throw ServerFailure(ProviderDisplayName(Target().provider),
+                        "Jet SQL is not rewritten for this engine: \"" + std::string(source) + "\"");
+}
+
+std::string ServerConnection::PrepareJetChange(std::string_view sql) {
+    throw ServerFailure(ProviderDisplayName(Target().provider),
+                        "Jet SQL is not rewritten for this engine: \"" + std::string(sql) + "\"");
+}
+
 VornError ServerFailure(std::string_view source, std::string_view message) {
     return VornError(errnum::kDalGenericFailure, std::string(source), std::string(message));
 }

@@ -82,12 +82,46 @@ class ServerConnection {
 
     virtual const ServerTarget& Target() const = 0;
 
-    // THE REWRITE SEAM: the statement, written in SQL Server's dialect as the
-    // system sends it on every provider, turned into this engine's dialect.
-    // For now every engine returns it unchanged; the shared rewriter plugs
-    // in here. DalConnection and IdaoDatabase pass every statement of the
-    // system through it; SQL made by the engines themselves does not.
-    virtual std::string Prepare(std::string_view sql) const { return std::string(sql); }
+    // The statement, written in SQL Server's dialect as the system sends it
+    // on every provider, in this engine's dialect (SqlServerRewriter with the
+    // engine's SqlDialect): one statement, or several separated by ";" that
+    // Execute runs in order; "" for one with nothing to do here. Raises
+    // kDalGenericFailure, quoting the statement and naming the engine, for
+    // a statement it does not understand or that SQL Server would refuse.
+    // DalConnection and IdaoDatabase pass every statement of the system
+    // through it; SQL made by the engines themselves does not. The base
+    // returns the text unchanged.
+    virtual std::string Prepare(std::string_view sql) { return std::string(sql); }
+    // The same for a search condition alone and for an ORDER BY list alone
+    // (a recordset's Filter and Sort).
+    virtual std::string PrepareCondition(std::string_view condition) { return std::string(condition); }
+    virtual std::string PrepareOrderList(std::string_view list) { return std::string(list); }
+
+    // Jet SQL, as a Database of the data access objects takes it, in this
+    // engine's dialect, with the meaning it has in Jet. A query: the rows of
+    // a table (`isTable`) or of a SELECT, with a recordset's Filter (a Jet
+    // condition) and Sort (a Jet ORDER BY list) on top, both may be empty.
+    // `passThrough` (option dbSQLPassThrough): the SELECT is the server's
+    // text, SQL Server's dialect, and only Filter and Sort are Jet's.
+    // `columnTypes` gives the DAO type of each result column as its values
+    // come from QueryAs (0: as the engine reads it). Raises
+    // kDalGenericFailure, quoting the statement and naming the engine, for
+    // Jet SQL it does not understand; a change of design is refused (it
+    // goes to the server through a DalConnection). The base has no Jet.
+    struct JetQuery {
+        std::string sql;
+        std::vector<std::int16_t> columnTypes;
+    };
+    virtual JetQuery PrepareJetQuery(std::string_view source, bool isTable, std::string_view filter,
+                                     std::string_view sort, bool passThrough = false);
+    // An INSERT, UPDATE or DELETE of Jet SQL in this engine's dialect.
+    virtual std::string PrepareJetChange(std::string_view sql);
+    // Query with the result columns read as `columnTypes` says (a
+    // PrepareJetQuery's); the base reads them as Query does.
+    virtual std::unique_ptr<ServerCursor> QueryAs(std::string_view sql, const std::vector<std::int16_t>& columnTypes) {
+        (void)columnTypes;
+        return Query(sql);
+    }
 
     // Runs one statement that returns no rows, with "?" markers bound to
     // `params` in order. Returns the rows it changed.

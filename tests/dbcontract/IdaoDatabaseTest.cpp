@@ -47,10 +47,10 @@ class IdaoDatabaseTest : public ::testing::Test {
 
 TEST_F(IdaoDatabaseTest, TablesFieldsAndTypesComeFromTheServersCatalog) {
     cn.Execute(
-        "CREATE TABLE [PROJECT] ([VornRecID] INTEGER PRIMARY KEY, [Name] nvarchar(50) NOT NULL, "
+        "CREATE TABLE [PROJECT] ([VornRecID] int IDENTITY(1,1) PRIMARY KEY, [Name] nvarchar(50) NOT NULL, "
         "[Notes] text, [Small] smallint, [Tiny] tinyint, [Flag] bit, [Cost] money, "
         "[Depth] float, [Ratio] real, [When] datetime, [Blob] image, [Exact] decimal(18,4), "
-        "[Counted] int IDENTITY(1,1), [Memo] ntext, [Code] National Character Varying(12))");
+        "[Counted] int NOT NULL, [Memo] ntext, [Code] National Character Varying(12))");
     cn.Execute("CREATE VIEW [ProjectNames] AS SELECT [Name] FROM [PROJECT]");
     auto db = Open();
     EXPECT_EQ(db->Connect(), idaoConnect);
@@ -72,7 +72,7 @@ TEST_F(IdaoDatabaseTest, TablesFieldsAndTypesComeFromTheServersCatalog) {
         {"Cost", dbCurrency, 8, false, false},   {"Depth", dbDouble, 8, false, false},
         {"Ratio", dbSingle, 4, false, false},    {"When", dbDate, 8, false, false},
         {"Blob", dbLongBinary, 0, false, false}, {"Exact", dbDecimal, 17, false, false},
-        {"Counted", dbLong, 4, true, true},      {"Memo", dbMemo, 0, false, false},
+        {"Counted", dbLong, 4, true, false},     {"Memo", dbMemo, 0, false, false},
         {"Code", dbText, 12, false, false},
     };
     ASSERT_EQ(table->Fields().Count(), static_cast<std::int32_t>(std::size(fields)));
@@ -165,7 +165,7 @@ TEST_F(IdaoDatabaseTest, ForeignKeysAreRelationsWithCascadesAndFieldPairs) {
 
 TEST_F(IdaoDatabaseTest, DynasetAddsEditsAndUpdatesRowsOfOneTable) {
     cn.Execute(
-        "CREATE TABLE [PROJECT] ([VornRecID] INTEGER PRIMARY KEY, [vORNProjectID] int, "
+        "CREATE TABLE [PROJECT] ([VornRecID] int IDENTITY(1,1) PRIMARY KEY, [vORNProjectID] int, "
         "[Name] nvarchar(50))");
     cn.Execute("INSERT INTO [PROJECT] ([vORNProjectID], [Name]) VALUES (0, 'first')");
     auto db = Open();

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/mariadb/MariaDbDialect.h"
 #include "dbcontract/mariadb/MariaDbStatement.h"
 #include "dbcontract/mariadb/MariaDbTypeMap.h"
 #include "runtime/Utf8.h"
@@ -79,17 +80,24 @@ std::vector<FieldInfo> MariaDbCatalog::ReadFields(const std::string& table) {
 std::vector<IndexInfo> MariaDbCatalog::ReadIndexes(const std::string& table) {
     // COLLATION is 'D' for a descending key column.
     const Rows rows = QueryRows(handle_,
-                                "SELECT INDEX_NAME, NON_UNIQUE, COLUMN_NAME, COLLATION FROM information_schema.STATISTICS "
+                                "SELECT INDEX_NAME, NON_UNIQUE, COLUMN_NAME, COLLATION, INDEX_COMMENT "
+                                "FROM information_schema.STATISTICS "
                                 "WHERE TABLE_SCHEMA = DATABASE() AND TABLE_NAME = ? ORDER BY INDEX_NAME = 'PRIMARY' DESC, "
                                 "INDEX_NAME, SEQ_IN_INDEX",
                                 {Variant(table)});
     const std::vector<std::string> foreignKeys = ForeignKeyNames(table);
     std::vector<IndexInfo> indexes;
+    std::string current;
     for (const auto& row : rows) {
         const std::string name = Text(row[0]);
-        if (indexes.empty() || indexes.back().name != name) {
+        // The key that only serves an identity is not part of the design.
+        if (name == MariaDbDialect::kIdentityKey) continue;
+        if (indexes.empty() || current != name) {
+            current = name;
             IndexInfo index;
-            index.name = name;
+            // A primary key keeps its given name in its comment.
+            const std::string comment = Text(row[4]);
+            index.name = name == "PRIMARY" && !comment.empty() ? comment : name;
             index.primary = name == "PRIMARY";
             index.unique = Number(row[1]) == 0;
             index.required = index.primary;

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/SqlServerRewriter.h"
+#include "dbcontract/mariadb/MariaDbDialect.h"
 #include "dbcontract/mariadb/MariaDbRunDatabase.h"
 #include "dbcontract/mariadb/MariaDbSqlText.h"
 #include "dbcontract/mariadb/MariaDbStatement.h"
@@ -124,6 +126,34 @@ void MariaDbConnection::EnsureDatabase() {
 void MariaDbConnection::ForgetDesign() {
     tableNames_.reset();
     tables_.clear();
+    preparedSql_.clear();
+    preparedText_.clear();
+}
+
+std::string MariaDbConnection::Prepare(std::string_view sql) {
+    EnsureDatabase();
+    if (!preparedSql_.empty() && preparedSql_ == sql) return preparedText_;
+    MariaDbDialect dialect(*this);
+    std::string text = SqlServerRewriter(dialect).Rewrite(sql);
+    // Only a change of rows is kept: a definition may depend on the rows
+    // there, which change without the design.
+    if (SqlServerRewriter::IsRowStatement(sql)) {
+        preparedSql_ = std::string(sql);
+        preparedText_ = text;
+    }
+    return text;
+}
+
+std::string MariaDbConnection::PrepareCondition(std::string_view condition) {
+    EnsureDatabase();
+    MariaDbDialect dialect(*this);
+    return SqlServerRewriter(dialect).RewriteCondition(condition);
+}
+
+std::string MariaDbConnection::PrepareOrderList(std::string_view list) {
+    EnsureDatabase();
+    MariaDbDialect dialect(*this);
+    return SqlServerRewriter(dialect).RewriteOrderList(list);
 }
 
 std::optional<std::string> MariaDbConnection::StoredTableName(std::string_view table) {
@@ -163,7 +193,60 @@ std::int64_t MariaDbConnection::Run(const std::string& sql, const std::vector<Va
     return static_cast<std::int64_t>(affected);
 }
 
+ServerConnection::JetQuery MariaDbConnection::PrepareJetQuery(std::string_view source, bool isTable,
+                                                              std::string_view filter, std::string_view sort,
+                                                              bool passThrough) {
+    EnsureDatabase();
+    MariaDbDialect dialect(*this);
+    SqlServerRewriter rewriter(dialect);
+    if (!passThrough || isTable) return {rewriter.RewriteJetRows(source, isTable, filter, sort), {}};
+    std::string sql = rewriter.Rewrite(source);
+    if (filter.empty() && sort.empty()) return {sql, {}};
+    sql = "SELECT * FROM (" + sql + ") AS " + QuoteName("filtered");
+    if (!filter.empty()) sql += " WHERE " + rewriter.RewriteJetCondition(filter);
+    if (!sort.empty()) sql += " ORDER BY " + rewriter.RewriteJetOrderList(sort);
+    return {sql, {}};
+}
+
+std::string MariaDbConnection::PrepareJetChange(std::string_view sql) {
+    EnsureDatabase();
+    MariaDbDialect dialect(*this);
+    std::string text = SqlServerRewriter(dialect).RewriteJet(sql);
+    if (MariaDbSqlText(text).Kind() == MariaDbStatementKind::Other && utf8::ToUpper(text.substr(0, 6)) == "SELECT") {
+        throw VornError(3065, "DAO.Database", "Cannot execute a select query.");
+    }
+    return text;
+}
+
 std::int64_t MariaDbConnection::Execute(std::string_view sql, const std::vector<Variant>& params) {
+    if (sql.find(';') == std::string_view::npos) return ExecuteOne(sql, params);
+    std::vector<SqlToken> tokens;
+    try {
+        tokens = SqlTokenizer(SqlTokenizerOptions::SqlServer()).Tokenize(sql);
+    } catch (const VornError&) {
+        return ExecuteOne(sql, params);  // the server will say what is wrong with it
+    }
+    std::int64_t affected = 0;
+    std::size_t start = 0;
+    std::size_t next = 0;  // the first marker of the statement
+    std::size_t markers = 0;
+    for (const SqlToken& token : tokens) {
+        if (token.kind == SqlTokenKind::Parameter) ++markers;
+        if (!token.IsSymbol(";") && token.kind != SqlTokenKind::End) continue;
+        const std::string_view piece = utf8::Trim(sql.substr(start, token.offset - start));
+        if (!piece.empty()) {
+            const auto first = params.begin() + static_cast<std::ptrdiff_t>(std::min(next, params.size()));
+            const auto last = params.begin() + static_cast<std::ptrdiff_t>(std::min(markers, params.size()));
+            affected += ExecuteOne(piece, std::vector<Variant>(first, last));
+        }
+        next = markers;
+        start = token.offset + token.text.size();
+    }
+    return affected;
+}
+
+std::int64_t MariaDbConnection::ExecuteOne(std::string_view sql, const std::vector<Variant>& params) {
+    if (utf8::Trim(sql).empty()) return 0;
     EnsureDatabase();
     const MariaDbSqlText text(Resolve(sql));
     if (inTransaction_) return RunInTransaction(text, params);

@@ -24,6 +24,7 @@ enum class MariaDbStatementKind;
 // Table names are resolved ignoring case whatever the server's
 // lower_case_table_names: every name in a statement that equals a table's
 // name but for case is replaced by the stored name before it is sent.
+// SQL Server's text is rewritten by SqlServerRewriter with MariaDbDialect.
 // Transactions: the server commits by itself before each DDL statement, so
 // a transaction keeps a journal of what it made and inserted, and Rollback
 // undoes it (MariaDbRollbackJournal).
@@ -33,6 +34,16 @@ public:
     ~MariaDbConnection() override;
 
     const ServerTarget& Target() const override { return target_; }
+    std::string Prepare(std::string_view sql) override;
+    std::string PrepareCondition(std::string_view condition) override;
+    std::string PrepareOrderList(std::string_view list) override;
+    // Jet SQL through SqlServerRewriter's Jet reading, with MariaDbDialect.
+    JetQuery PrepareJetQuery(std::string_view source, bool isTable, std::string_view filter,
+                             std::string_view sort, bool passThrough) override;
+    std::string PrepareJetChange(std::string_view sql) override;
+    // Runs each statement of `sql` (statements separated by ";" at the top
+    // level, as Prepare gives them) in order; "?" markers are bound across
+    // them in order. Returns the rows they changed together.
     std::int64_t Execute(std::string_view sql, const std::vector<Variant>& params = {}) override;
     std::int64_t ExecuteNamed(std::string_view sql, const std::vector<NamedValue>& params) override;
     std::unique_ptr<ServerCursor> Query(std::string_view sql, const std::vector<Variant>& params = {}) override;
@@ -69,6 +80,7 @@ private:
     void EnsureDatabase();
     std::optional<std::string> StoredTableName(std::string_view table);
     std::string Resolve(std::string_view sql);
+    std::int64_t ExecuteOne(std::string_view sql, const std::vector<Variant>& params);
     std::int64_t Run(const std::string& sql, const std::vector<Variant>& params, std::uint64_t* insertId = nullptr);
     std::int64_t RunInTransaction(const MariaDbSqlText& text, const std::vector<Variant>& params);
     std::int64_t RunDdl(const MariaDbSqlText& text, const std::vector<Variant>& params);
@@ -89,6 +101,10 @@ private:
     std::map<std::string, TableInfo> tables_;                       // designs read during a transaction
     bool inTransaction_ = false;
     MariaDbRollbackJournal journal_;
+    // The last statement rewritten, for the statement a row copy sends for
+    // every row; forgotten with the design.
+    std::string preparedSql_;
+    std::string preparedText_;
 };
 
 }  // namespace vorn

@@ -8,7 +8,12 @@
 #include <set>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/SqlServerRewriter.h"
 #include "dbcontract/SqlTokenizer.h"
+#include "dbcontract/sqlite/SqliteCollations.h"
+#include "dbcontract/sqlite/SqliteDialect.h"
+#include "dbcontract/sqlite/JetSqlTranslator.h"
+#include "dbcontract/sqlite/SqliteFunctions.h"
 #include "dbcontract/sqlite/SqliteValueCodec.h"
 #include "runtime/Utf8.h"
 
@@ -230,7 +235,9 @@ std::string Text(sqlite3_stmt* stmt, int column) {
 // The rows of one query; keeps the file open while it lives.
 class SqliteCursor : public ServerCursor {
   public:
-    SqliteCursor(std::shared_ptr<SqliteServerFile> file, std::unique_ptr<Statement> statement)
+    // `given` types the columns where it holds a type other than 0.
+    SqliteCursor(std::shared_ptr<SqliteServerFile> file, std::unique_ptr<Statement> statement,
+                 const std::vector<std::int16_t>& given = {})
         : file_(std::move(file)), statement_(std::move(statement)) {
         sqlite3_stmt* stmt = statement_->Get();
         const int count = sqlite3_column_count(stmt);
@@ -240,6 +247,11 @@ class SqliteCursor : public ServerCursor {
             field.ordinalPosition = static_cast<std::int16_t>(i);
             const char* declared = sqlite3_column_decltype(stmt, i);
             if (declared) MapDeclaredType(declared, field);
+            const std::size_t at = static_cast<std::size_t>(i);
+            if (at < given.size() && given[at] != 0) {
+                field.type = given[at];
+                declared = "";
+            }
             types_.push_back(declared ? field.type : std::int16_t{0});
             if (const char* table = sqlite3_column_table_name(stmt, i)) field.sourceTable = table;
             if (const char* origin = sqlite3_column_origin_name(stmt, i))
@@ -388,6 +400,16 @@ SqliteServerFile::SqliteServerFile(std::string path) : path_(std::move(path)) {
         db_ = nullptr;
         throw Failure(message);
     }
+    // The rewritten statements call the functions of the expression service
+    // (vorn_isnumeric, ...) and compare as the project files do.
+    try {
+        SqliteFunctions::Register(db_);
+        SqliteCollations::Register(db_);
+    } catch (...) {
+        sqlite3_close_v2(db_);
+        db_ = nullptr;
+        throw;
+    }
 }
 
 std::shared_ptr<SqliteServerFile> SqliteServerFile::Open(const std::string& path) {
@@ -433,6 +455,32 @@ SqliteServerFile& SqliteServerConnection::File() const {
     return *file_;
 }
 
+std::string SqliteServerConnection::Prepare(std::string_view sql) {
+    std::int64_t version = 0;
+    {
+        Statement read(File().Db(), "PRAGMA schema_version");
+        if (read.Step()) version = sqlite3_column_int64(read.Get(), 0);
+    }
+    if (lastPrepared_.schemaVersion == version && lastPrepared_.sql == sql) return lastPrepared_.text;
+    SqliteDialect dialect(*this);
+    std::string text = SqlServerRewriter(dialect).Rewrite(sql);
+    // Only a change of rows is kept: a definition may depend on the rows
+    // there (a column NOT NULL added to an empty table), which change
+    // without the schema.
+    if (SqlServerRewriter::IsRowStatement(sql)) lastPrepared_ = {std::string(sql), version, text};
+    return text;
+}
+
+std::string SqliteServerConnection::PrepareCondition(std::string_view condition) {
+    SqliteDialect dialect(*this);
+    return SqlServerRewriter(dialect).RewriteCondition(condition);
+}
+
+std::string SqliteServerConnection::PrepareOrderList(std::string_view list) {
+    SqliteDialect dialect(*this);
+    return SqlServerRewriter(dialect).RewriteOrderList(list);
+}
+
 std::int64_t SqliteServerConnection::Execute(std::string_view sql,
                                              const std::vector<Variant>& params) {
     sqlite3* db = File().Db();
@@ -454,6 +502,92 @@ std::unique_ptr<ServerCursor> SqliteServerConnection::Query(std::string_view sql
     std::size_t next = 0;
     BindPositional(db, statement->Get(), params, next);
     return std::make_unique<SqliteCursor>(file_, std::move(statement));
+}
+
+std::unique_ptr<ServerCursor> SqliteServerConnection::QueryAs(std::string_view sql,
+                                                              const std::vector<std::int16_t>& columnTypes) {
+    sqlite3* db = File().Db();
+    auto statement = std::make_unique<Statement>(db, sql);
+    if (statement->Empty()) throw Failure("The query is empty.");
+    return std::make_unique<SqliteCursor>(file_, std::move(statement), columnTypes);
+}
+
+namespace {
+
+// The tables of the server database as the Jet translator asks for them;
+// and one more, the rows of a statement in the server's text, under a name
+// of its own.
+class ServerJetCatalog final : public JetCatalogView {
+  public:
+    explicit ServerJetCatalog(SqliteServerConnection& connection, std::optional<TableInfo> rows = std::nullopt)
+        : connection_(connection), rows_(std::move(rows)) {}
+    std::optional<TableInfo> FindTable(std::string_view name) const override {
+        if (rows_ && utf8::EqualsIgnoreCase(name, rows_->name)) return rows_;
+        return connection_.ReadTable(name);
+    }
+    std::optional<TableInfo> FindTableIn(std::string_view, std::string_view) const override { return std::nullopt; }
+    bool IsQuery(std::string_view name) const override { return rows_ && utf8::EqualsIgnoreCase(name, rows_->name); }
+
+  private:
+    SqliteServerConnection& connection_;
+    std::optional<TableInfo> rows_;
+};
+
+constexpr const char* kPassedThrough = "vorn_passed_through";
+
+// What the translator gives, checked for what a server database can run.
+JetTranslation Checked(JetTranslation translation, std::string_view sql) {
+    if (translation.kind == JetStatementKind::SchemaChange) {
+        throw Failure("The design of an enterprise database is changed through SQL on its connection, not "
+                      "through its Database: \"" + std::string(sql) + "\"");
+    }
+    if (!translation.parameters.empty() || !translation.attachments.empty()) {
+        throw Failure("A statement with parameters or other files is not run on an enterprise database: \"" +
+                      std::string(sql) + "\"");
+    }
+    return translation;
+}
+
+}  // namespace
+
+ServerConnection::JetQuery SqliteServerConnection::PrepareJetQuery(std::string_view source, bool isTable,
+                                                                 std::string_view filter, std::string_view sort,
+                                                                 bool passThrough) {
+    if (passThrough && !isTable) {
+        // The server's text runs as it is; Jet's Filter and Sort apply to its
+        // rows, named in a WITH clause.
+        const std::string rows = Prepare(source);
+        if (filter.empty() && sort.empty()) return {rows, {}};
+        TableInfo described;
+        described.name = kPassedThrough;
+        described.fields = Query(rows, {})->Columns();
+        const ServerJetCatalog catalog(*this, described);
+        const JetTranslation translation =
+            Checked(JetSqlTranslator(catalog).TranslateRows(kPassedThrough, true, filter, sort), filter);
+        JetQuery query;
+        query.sql = "WITH " + QuoteName(kPassedThrough) + " AS (" + rows + ") " + translation.sql;
+        for (const FieldInfo& column : translation.columns) query.columnTypes.push_back(column.type);
+        return query;
+    }
+    const ServerJetCatalog catalog(*this);
+    const JetTranslation translation =
+        Checked(JetSqlTranslator(catalog).TranslateRows(source, isTable, filter, sort), source);
+    if (translation.kind != JetStatementKind::Query) {
+        throw Failure("The statement gives no rows: \"" + std::string(source) + "\"");
+    }
+    JetQuery query;
+    query.sql = translation.sql;
+    for (const FieldInfo& column : translation.columns) query.columnTypes.push_back(column.type);
+    return query;
+}
+
+std::string SqliteServerConnection::PrepareJetChange(std::string_view sql) {
+    const ServerJetCatalog catalog(*this);
+    const JetTranslation translation = Checked(JetSqlTranslator(catalog).Translate(sql), sql);
+    if (translation.kind != JetStatementKind::DataChange) {
+        throw VornError(3065, "DAO.Database", "Cannot execute a select query.");
+    }
+    return translation.sql;
 }
 
 std::int64_t SqliteServerConnection::LastInsertId() {
@@ -582,7 +716,7 @@ std::vector<IndexInfo> ReadIndexes(sqlite3* db, const std::string& table,
         index.unique = sqlite3_column_int(list.Get(), 1) != 0;
         index.primary = Text(list.Get(), 2) == "pk";
         index.required = index.primary;
-        index.name = stored;
+        index.name = SqliteDialect::IndexNameFromStored(table, stored);
         if (index.primary) index.name = names.primaryKey.empty() ? "PK_" + table : names.primaryKey;
         index.fields = ReadIndexFields(db, stored);
         indexes.push_back(std::move(index));

@@ -21,6 +21,9 @@ class SqliteServerFile;
 // connection to the folder: it answers DatabaseExists and CreateDatabase,
 // and every statement fails.
 //
+// SQL Server's text is rewritten by SqlServerRewriter with SqliteDialect,
+// which says how tables, types, identities and index names are kept.
+//
 // Values are stored as the project files store them, so that they compare
 // and round-trip alike: currency as INTEGER ten-thousandths, dates as TEXT
 // "YYYY-MM-DD HH:MM:SS[.fff]", booleans 1/0, decimals as TEXT of their
@@ -34,6 +37,16 @@ class SqliteServerConnection : public ServerConnection {
     ~SqliteServerConnection() override;
 
     const ServerTarget& Target() const override { return target_; }
+    std::string Prepare(std::string_view sql) override;
+    std::string PrepareCondition(std::string_view condition) override;
+    std::string PrepareOrderList(std::string_view list) override;
+    // Jet SQL through the translator of the project files: the values are
+    // stored in the same forms here.
+    JetQuery PrepareJetQuery(std::string_view source, bool isTable, std::string_view filter,
+                             std::string_view sort, bool passThrough) override;
+    std::string PrepareJetChange(std::string_view sql) override;
+    std::unique_ptr<ServerCursor> QueryAs(std::string_view sql,
+                                          const std::vector<std::int16_t>& columnTypes) override;
     std::int64_t Execute(std::string_view sql, const std::vector<Variant>& params) override;
     std::int64_t ExecuteNamed(std::string_view sql, const std::vector<NamedValue>& params) override;
     std::unique_ptr<ServerCursor> Query(std::string_view sql,
@@ -63,6 +76,13 @@ class SqliteServerConnection : public ServerConnection {
 
     ServerTarget target_;
     std::shared_ptr<SqliteServerFile> file_;
+    // The last statement rewritten, for the statement a row copy sends for
+    // every row; good while the schema version is the same.
+    struct PreparedText {
+        std::string sql;
+        std::int64_t schemaVersion = -1;
+        std::string text;
+    } lastPrepared_;
 };
 
 }  // namespace vorn

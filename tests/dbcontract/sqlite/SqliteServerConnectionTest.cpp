@@ -144,7 +144,7 @@ TEST_F(SqliteServerTest, ExecuteLongAndTextOfNullAndOfNoRow) {
     EXPECT_EQ(db.ExecuteText("SELECT Max(b) FROM [t]"), "");
     db.Execute("INSERT INTO [t] VALUES (41, 'x')");
     EXPECT_EQ(db.ExecuteLong("SELECT Max(a) + 1 FROM [t]"), 42);
-    EXPECT_EQ(db.ExecuteText("SELECT b || a FROM [t]"), "x41");
+    EXPECT_EQ(db.ExecuteText("SELECT b + CONVERT(VARCHAR(12), a) FROM [t]"), "x41");
 }
 
 TEST_F(SqliteServerTest, QueryPairsAreSortedByKey) {
