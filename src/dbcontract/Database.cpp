@@ -36,7 +36,8 @@ void Database::SetHooks() {
     const std::weak_ptr<DatabaseBackend> weak = backend_;
     tableDefs_.SetHooks({.append = [this, weak](const std::shared_ptr<TableDef>& table) {
                              WithDaoErrors([&] {
-                                 if (table->Fields().Count() == 0) {
+                                 // An attached table takes its fields from its source.
+                                 if (table->Fields().Count() == 0 && table->Connect().empty()) {
                                      throw VornError(errnum::kJetNoFieldsDefined, "DAO.TableDefs",
                                                      "No field defined - cannot append TableDef or Index.");
                                  }

@@ -7,6 +7,10 @@
 #include "foundation/CFile.h"
 #include "foundation/CTextString.h"
 #include "foundation/clsProgressInterface.h"
+#include "model/CCallbacks.h"
+#include "model/CJetEngineOps.h"
+#include "model/CUserTableOps.h"
+#include "model/CVornIndex.h"
 #include "runtime/SessionSlot.h"
 
 namespace vorn {
@@ -34,10 +38,12 @@ void StartSession(SessionOptions options) {
     Make<CTextString>();           // TextStr
     Make<CAxControls>();           // AxControls
     Make<clsProgressInterface>();  // Progress
-    // Callbacks joins here with the data model.
+    Make<CCallbacks>();  // Callbacks
     Make<CFile>();     // File
     Make<CDoTrace>();  // Trace
-    // Index, JetOps and UserTab join here with the data model.
+    Make<CVornIndex>();     // Index
+    Make<CJetEngineOps>();  // JetOps
+    Make<CUserTableOps>();  // UserTab
     Make<DalSession>();  // DalSession
     // Upsize joins here, last.
 }

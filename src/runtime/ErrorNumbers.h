@@ -109,4 +109,7 @@ inline constexpr std::int32_t kJetNoUniqueIndexForRelation = 3609;
 inline constexpr std::int32_t kDalGenericFailure = -2146233088;
 inline constexpr std::int32_t kPropertyStoreFailure = -2147221500;
 
+// The data model's own: a relation names a child table the database lacks.
+inline constexpr std::int32_t kRelationTableMissing = static_cast<std::int32_t>(0x800403E8u);
+
 }  // namespace vorn::errnum
