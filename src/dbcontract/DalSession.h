@@ -14,10 +14,11 @@ namespace vorn {
 class DalSession {
   public:
     // A new DalConnection attached to the database of `connect`, the Connect
-    // text of a Database ("SQLSERVER; Server=..."); nullptr for a project
-    // file (empty Connect) and for any text that does not start with a known
-    // provider tag. Each call gives a connection of its own, which the
-    // caller closes.
+    // text of a Database: the IDAO form ("SQLSERVER; Server=...") or an ODBC
+    // string whose driver names the provider; nullptr for a project file
+    // (empty Connect, ";PWD=...") and any other text. Fails as
+    // EnterpriseTargetOf for an ODBC string of an unknown driver. Each call
+    // gives a connection of its own, which the caller closes.
     std::shared_ptr<DalConnection> ConnectionFor(std::string_view connect) const;
 
     std::int32_t CurrentProjectID() const { return currentProjectId_; }

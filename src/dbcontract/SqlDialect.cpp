@@ -1,5 +1,7 @@
 #include "dbcontract/SqlDialect.h"
 
+#include "runtime/Utf8.h"
+
 namespace vorn {
 
 bool ServerType::IsText() const {
@@ -87,6 +89,26 @@ const ServerColumn* ServerTable::IdentityColumn() const {
         if (column.identity) return &column;
     }
     return nullptr;
+}
+
+std::string SqlDialect::DropTable(std::string_view table) { return "DROP TABLE " + Quote(table); }
+
+std::string SqlDialect::CreateView(std::string_view name, const std::string& select) {
+    return "CREATE VIEW " + Quote(name) + " AS " + select;
+}
+
+std::string SqlDialect::DropView(std::string_view name, bool ifExists) {
+    return std::string("DROP VIEW ") + (ifExists ? "IF EXISTS " : "") + Quote(name);
+}
+
+bool SqlDialect::HasForeignKey(const TableInfo& table, std::string_view name) {
+    for (const RelationInfo& relation : Relations()) {
+        if (utf8::EqualsIgnoreCase(relation.foreignTable, table.name) &&
+            utf8::EqualsIgnoreCase(relation.name, name)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace vorn

@@ -171,11 +171,12 @@ class SqlDialect {
     virtual std::string DropForeignKey(const TableInfo& table, std::string_view name) = 0;
     virtual std::string DropDefault(const TableInfo& table, std::string_view column) = 0;
     virtual std::string DropIndex(const TableInfo& table, std::string_view index) = 0;
-    virtual std::string DropTable(std::string_view table) = 0;
-    virtual std::string CreateView(std::string_view name, const std::string& select) = 0;
-    virtual std::string DropView(std::string_view name, bool ifExists) = 0;
+    // These four read alike on every engine so far.
+    virtual std::string DropTable(std::string_view table);
+    virtual std::string CreateView(std::string_view name, const std::string& select);
+    virtual std::string DropView(std::string_view name, bool ifExists);
     // Whether `name` is the foreign key of `table` (its child).
-    virtual bool HasForeignKey(const TableInfo& table, std::string_view name) = 0;
+    virtual bool HasForeignKey(const TableInfo& table, std::string_view name);
 
     // ---- Expressions -------------------------------------------------------
     virtual std::string StringLiteral(std::string_view text) const = 0;

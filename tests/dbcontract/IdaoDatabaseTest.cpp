@@ -241,7 +241,13 @@ TEST_F(IdaoDatabaseTest, SessionGivesAConnectionForEnterpriseDatabasesOnly) {
     TheDalSession().SetCurrentProjectID(12);
     EXPECT_EQ(TheDalSession().CurrentProjectID(), 12);
     EXPECT_EQ(TheDalSession().ConnectionFor(""), nullptr);
-    EXPECT_EQ(TheDalSession().ConnectionFor("ODBC;Driver={SQL Server};Server=x;"), nullptr);
+    EXPECT_EQ(TheDalSession().ConnectionFor(";PWD=secret"), nullptr);
+    // An ODBC string names its provider by the driver; the connection goes
+    // to the server at its first statement.
+    const auto odbc = TheDalSession().ConnectionFor("ODBC;Driver={SQL Server};Server=x;Database=site;");
+    ASSERT_NE(odbc, nullptr);
+    EXPECT_EQ(odbc->ProviderType(), provider::kSqlServer);
+    EXPECT_NE(odbc->ConnectString().find("site"), std::string::npos);
     cn.Execute("CREATE TABLE [t] (a int)");
     auto db = Open();
     const auto connection = TheDalSession().ConnectionFor(db->Connect());

@@ -99,26 +99,26 @@ TEST_F(SqlServerTextOnSqlite, EnterpriseDatabaseAnswersAsTheProjectFileDoes) {
     testing::NewProject file;
     testing::FillProject(*file.db);
     testing::ExpectAnswersAsAProjectFile(*file.db, false);
+    SessionSlot<DalSession>::Make(std::make_unique<DalSession>());
     for (const std::string& connect :
          {idaoConnect, "Driver={SQLite};Server=" + folder.path().string() + ";Database=site;"}) {
         auto db = DaoEngine().OpenDatabase("", connect == idaoConnect ? 1 : 512, false, connect);
         EXPECT_EQ(db->Connect(), connect);
         testing::ExpectAnswersAsAProjectFile(*db, true);
+        // Its connection, for the statements that go to the server.
+        const auto connection = TheDalSession().ConnectionFor(db->Connect());
+        ASSERT_NE(connection, nullptr) << connect;
+        EXPECT_EQ(connection->ExecuteLong("SELECT Count(*)  FROM [POINT]"), 4) << connect;
+        connection->Close();
         db->Close();
     }
+    SessionSlot<DalSession>::ResetForTests();
     auto db = DaoEngine().OpenDatabase("", 1, false, idaoConnect);
     auto info = db->OpenRecordset(
         "SELECT [ProjectUniqueID],[ProjectDescription],[ProjectUniqueID]+','+[ProjectDescription] "
         "FROM WH_UpsizeInfo",
         dao::dbOpenSnapshot, dao::dbReadOnly);
     EXPECT_EQ(info->Fields().Item(2)->Value(), Variant("vORNProjectUniqueID,Client"));
-    // Its connection, for the statements that go to the server.
-    SessionSlot<DalSession>::Make(std::make_unique<DalSession>());
-    const auto connection = TheDalSession().ConnectionFor(db->Connect());
-    ASSERT_NE(connection, nullptr);
-    EXPECT_EQ(connection->ExecuteLong("SELECT Count(*)  FROM [POINT]"), 4);
-    connection->Close();
-    SessionSlot<DalSession>::ResetForTests();
     // A change of design goes to the server, as a database without a
     // connection of its own sends it.
     db->Execute("ALTER TABLE [POINT] DROP CONSTRAINT DV_POINT_CHECKED");

@@ -340,28 +340,6 @@ std::string MariaDbDialect::DropIndex(const TableInfo& table, std::string_view i
     return "DROP INDEX " + Quote(index) + " ON " + Quote(table.name);
 }
 
-std::string MariaDbDialect::DropTable(std::string_view table) {
-    return "DROP TABLE " + Quote(table);
-}
-
-std::string MariaDbDialect::CreateView(std::string_view name, const std::string& select) {
-    return "CREATE VIEW " + Quote(name) + " AS " + select;
-}
-
-std::string MariaDbDialect::DropView(std::string_view name, bool ifExists) {
-    return std::string("DROP VIEW ") + (ifExists ? "IF EXISTS " : "") + Quote(name);
-}
-
-bool MariaDbDialect::HasForeignKey(const TableInfo& table, std::string_view name) {
-    for (const RelationInfo& relation : connection_.ReadRelations()) {
-        if (utf8::EqualsIgnoreCase(relation.foreignTable, table.name) &&
-            utf8::EqualsIgnoreCase(relation.name, name)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // ---- Expressions -----------------------------------------------------------------
 
 std::string MariaDbDialect::StringLiteral(std::string_view text) const {

@@ -422,28 +422,6 @@ std::string SqliteDialect::DropIndex(const TableInfo& table, std::string_view in
     return "DROP INDEX " + Quote(StoredIndexName(table.name, index));
 }
 
-std::string SqliteDialect::DropTable(std::string_view table) {
-    return "DROP TABLE " + Quote(table);
-}
-
-std::string SqliteDialect::CreateView(std::string_view name, const std::string& select) {
-    return "CREATE VIEW " + Quote(name) + " AS " + select;
-}
-
-std::string SqliteDialect::DropView(std::string_view name, bool ifExists) {
-    return std::string("DROP VIEW ") + (ifExists ? "IF EXISTS " : "") + Quote(name);
-}
-
-bool SqliteDialect::HasForeignKey(const TableInfo& table, std::string_view name) {
-    for (const RelationInfo& relation : connection_.ReadRelations()) {
-        if (utf8::EqualsIgnoreCase(relation.foreignTable, table.name) &&
-            utf8::EqualsIgnoreCase(relation.name, name)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // ---- Expressions -----------------------------------------------------------------
 
 std::string SqliteDialect::StringLiteral(std::string_view text) const {

@@ -58,10 +58,6 @@ class SqliteDialect final : public SqlDialect {
     std::string DropForeignKey(const TableInfo& table, std::string_view name) override;
     std::string DropDefault(const TableInfo& table, std::string_view column) override;
     std::string DropIndex(const TableInfo& table, std::string_view index) override;
-    std::string DropTable(std::string_view table) override;
-    std::string CreateView(std::string_view name, const std::string& select) override;
-    std::string DropView(std::string_view name, bool ifExists) override;
-    bool HasForeignKey(const TableInfo& table, std::string_view name) override;
 
     std::string StringLiteral(std::string_view text) const override;
     std::string DateLiteral(double serial) const override;
