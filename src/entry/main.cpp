@@ -7,9 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "dbcontract/DBEngine.h"
 #include "entry/ConvertCommand.h"
-#include "entry/SchemaReport.h"
+#include "entry/SchemaCommand.h"
 #include "entry/Session.h"
 #include "entry/Version.h"
 #include "runtime/VornError.h"
@@ -17,7 +16,7 @@
 namespace {
 
 constexpr const char* kUsage = R"(Usage: vornc [--help] [--version]
-       vornc schema FILE [--json]
+       vornc schema FILE|TARGET [--json]
        vornc convert SOURCE TARGET [--force]
        vornc "<provider>;<server>;<database>;<user>;<password>","<source1>"[,"<source2>"...]
 
@@ -41,7 +40,10 @@ Commands:
                types and sizes, indexes, relations, saved queries and
                properties; --json gives the same as JSON. The file is opened
                read only and never changed. Jet and ACE files (.mdb, .accdb,
-               .vpj of the earlier system) are read as well.
+               .vpj of the earlier system) are read as well. An enterprise
+               database is named by a target instead: sqlite:PATH or
+               mysql://USER@HOST[:PORT]/DATABASE (password from
+               VORN_PASSWORD or a prompt); see docs/connection-targets.md.
   convert SOURCE TARGET
                write SOURCE (a Jet/ACE file or one of ours) as a project file
                of this system's format; --force replaces an existing TARGET.
@@ -53,41 +55,6 @@ Options:
 )";
 
 void PrintUsage(std::FILE* out) { std::fputs(kUsage, out); }
-
-// vornc schema FILE [--json]
-int RunSchema(int argc, char** argv) {
-    std::string file;
-    bool json = false;
-    for (int i = 2; i < argc; ++i) {
-        const std::string_view arg = argv[i];
-        if (arg == "--json") {
-            json = true;
-        } else if (file.empty() && !arg.starts_with("--")) {
-            file = arg;
-        } else {
-            std::fprintf(stderr, "vornc schema: unexpected argument '%s'\n", argv[i]);
-            return 2;
-        }
-    }
-    if (file.empty()) {
-        std::fputs("vornc schema: name the project file, e.g. vornc schema site1.vpj\n", stderr);
-        return 2;
-    }
-    try {
-        const auto database = vorn::DaoEngine().OpenDatabase(file, 0, true);
-        vorn::SchemaReport report(*database);
-        if (json) {
-            report.WriteJson(std::cout);
-        } else {
-            report.WriteText(std::cout);
-        }
-        database->Close();
-        return 0;
-    } catch (const vorn::VornError& e) {
-        std::fprintf(stderr, "vornc schema: %s (error %d)\n", e.Description().c_str(), e.Number());
-        return 1;
-    }
-}
 
 }  // namespace
 
@@ -102,7 +69,7 @@ int main(int argc, char** argv) {
             std::printf("vornc %s\n", vorn::kProgramVersion);
             return 0;
         }
-        if (first == "schema") return RunSchema(argc, argv);
+        if (first == "schema") return vorn::RunSchema(argc, argv);
         if (first == "convert") return vorn::RunConvert(argc, argv);
         if (first.size() > 1 && first[0] == '-' && first[1] == '-') {
             std::fprintf(stderr, "vornc: unknown option '%s'\n\n", argv[1]);
