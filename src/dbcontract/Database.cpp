@@ -4,6 +4,7 @@
 #include "dbcontract/DaoErrors.h"
 #include "runtime/Conversions.h"
 #include "runtime/ErrorNumbers.h"
+#include "runtime/Utf8.h"
 
 namespace vorn {
 
@@ -42,6 +43,13 @@ void Database::SetHooks() {
                                                      "No field defined - cannot append TableDef or Index.");
                                  }
                                  Backend()->CreateTable(table->Info());
+                                 if (table->Connect().empty()) return;
+                                 // Appended, an attached table shows what it is attached to.
+                                 for (const TableInfo& stored : Backend()->ReadTables()) {
+                                     if (utf8::EqualsIgnoreCase(stored.name, table->Name())) {
+                                         table->TakeStoredDesign(stored);
+                                     }
+                                 }
                              });
                              table->BindLive(weak);
                          },

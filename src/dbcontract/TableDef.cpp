@@ -71,6 +71,11 @@ std::shared_ptr<DatabaseBackend> TableDef::Backend() const {
     return backend;
 }
 
+void TableDef::TakeStoredDesign(const TableInfo& stored) {
+    info_ = stored;
+    SetFieldsAndIndexes(stored);
+}
+
 void TableDef::BindLive(std::weak_ptr<DatabaseBackend> backend) {
     backend_ = std::move(backend);
     for (const auto& field : fields_) BindField(field);

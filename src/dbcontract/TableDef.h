@@ -61,6 +61,10 @@ public:
     bool IsLive() const { return !backend_.expired(); }
     // Makes the design live after the engine created the table.
     void BindLive(std::weak_ptr<DatabaseBackend> backend);
+    // Takes the design the engine stored, for a table whose design comes
+    // from elsewhere (an attached table: its fields and attributes are its
+    // source's).
+    void TakeStoredDesign(const TableInfo& stored);
 
 private:
     std::shared_ptr<DatabaseBackend> Backend() const;

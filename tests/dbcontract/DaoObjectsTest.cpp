@@ -150,6 +150,22 @@ TEST(DaoDesign, ARelationOnAParentWithoutAUniqueKeyFails3609) {
     EXPECT_EQ(db.Relations().Find("PARENTCHILD"), nullptr);
 }
 
+TEST(DaoDesign, AnAppendedAttachedTableShowsItsSourceAtOnce) {
+    NewProject source;
+    auto table = source.db->CreateTableDef("READING");
+    table->Fields().Append(table->CreateField("PointID", dao::dbText, 20));
+    table->Fields().Append(table->CreateField("Depth", dao::dbDouble));
+    source.db->TableDefs().Append(table);
+    source.db->Close();
+
+    NewProject project;
+    auto attached = project.db->CreateTableDef("LINKED", 0, "READING", ";DATABASE=" + source.path);
+    project.db->TableDefs().Append(attached);
+    EXPECT_NE(attached->Attributes() & dao::dbAttachedTable, 0);
+    EXPECT_EQ(attached->Fields().Count(), 2);
+    EXPECT_EQ(project.db->TableDefs().Item("LINKED")->Fields().Item(1)->Name(), "Depth");
+}
+
 TEST(DaoRecordset, AddNewEditAndCountsAsTheEngineAnswered) {
     NewProject project;
     MakePointAndSample(*project.db);
