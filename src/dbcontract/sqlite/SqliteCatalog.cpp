@@ -153,6 +153,7 @@ std::string SqliteCatalog::Table(std::string_view name) const {
 }
 
 void SqliteCatalog::Create(std::string_view localeText) const {
+    db_.DesignChanged();
     for (const auto& statement : kCreateStatements) db_.Exec(statement);
     SqliteStatement insert(db_, "INSERT INTO MSysVornInfo(Name, Value) VALUES (?1, ?2)");
     insert.BindText(1, "FormatVersion").BindText(2, kFormatVersion).Run();
@@ -193,10 +194,19 @@ std::optional<std::string> SqliteCatalog::StoredFieldName(std::string_view store
 }
 
 std::optional<TableInfo> SqliteCatalog::FindTable(std::string_view name) const {
+    const bool keep = db_.KeepsDesigns() && schema_ == "main";
+    if (keep) {
+        if (designsEpoch_ != db_.DesignEpoch()) {
+            designs_.clear();
+            designsEpoch_ = db_.DesignEpoch();
+        }
+        if (const auto kept = designs_.find(Key(name)); kept != designs_.end()) return kept->second;
+    }
     const auto stored = StoredTableName(name);
     if (!stored) return std::nullopt;
     auto tables = ReadTablesNamed(&*stored);
     if (tables.empty()) return std::nullopt;
+    if (keep) designs_[Key(name)] = tables.front();
     return std::move(tables.front());
 }
 
@@ -325,6 +335,7 @@ std::vector<TableInfo> SqliteCatalog::ReadSystemTables() const {
 }
 
 void SqliteCatalog::AddTable(const TableInfo& table) const {
+    db_.DesignChanged();
     SqliteStatement next(db_,
                          "SELECT IFNULL(MAX(Position), -1) + 1 FROM " + Table("MSysVornTables"));
     next.Step();
@@ -332,6 +343,7 @@ void SqliteCatalog::AddTable(const TableInfo& table) const {
 }
 
 void SqliteCatalog::ReplaceTable(std::string_view storedName, const TableInfo& table) const {
+    db_.DesignChanged();
     SqliteStatement position(
         db_, "SELECT Position FROM " + Table("MSysVornTables") + " WHERE Name = ?1");
     position.BindText(1, storedName);
@@ -342,6 +354,7 @@ void SqliteCatalog::ReplaceTable(std::string_view storedName, const TableInfo& t
 }
 
 void SqliteCatalog::DeleteTable(std::string_view storedName) const {
+    db_.DesignChanged();
     DeleteDesign(storedName);
     SqliteStatement properties(
         db_, "DELETE FROM " + Table("MSysVornProperties") + " WHERE TableName = ?1");
@@ -445,6 +458,7 @@ void SqliteCatalog::WriteDesignProperties(const TableInfo& table) const {
 
 void SqliteCatalog::RenameTableReferences(std::string_view oldName,
                                           std::string_view newName) const {
+    db_.DesignChanged();
     for (const auto& [table, column] : {TableColumn{"MSysVornRelations", "ParentTable"},
                                         TableColumn{"MSysVornRelations", "ChildTable"},
                                         TableColumn{"MSysVornProperties", "TableName"}}) {
@@ -457,6 +471,7 @@ void SqliteCatalog::RenameTableReferences(std::string_view oldName,
 
 void SqliteCatalog::RenameFieldReferences(std::string_view table, std::string_view oldName,
                                           std::string_view newName) const {
+    db_.DesignChanged();
     const auto relations = Table("MSysVornRelations");
     const auto fields = Table("MSysVornRelationFields");
     const std::string statements[] = {
@@ -587,6 +602,7 @@ std::vector<PropertyInfo> SqliteCatalog::ReadProperties(const PropertyOwnerKey& 
 
 void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
                                  const PropertyInfo& property) const {
+    db_.DesignChanged();
     const auto stored = SqliteValueCodec::Encode(property.value, PropertyField(property.type));
     const auto existing = StoredPropertyName(owner, property.name);
     const std::string sql =
@@ -603,6 +619,7 @@ void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
 }
 
 bool SqliteCatalog::DeleteProperty(const PropertyOwnerKey& owner, std::string_view name) const {
+    db_.DesignChanged();
     const auto existing = StoredPropertyName(owner, name);
     if (!existing) return false;
     SqliteStatement remove(db_, "DELETE FROM " + Table("MSysVornProperties") +
@@ -612,6 +629,7 @@ bool SqliteCatalog::DeleteProperty(const PropertyOwnerKey& owner, std::string_vi
 }
 
 void SqliteCatalog::DeleteFieldProperties(std::string_view table, std::string_view field) const {
+    db_.DesignChanged();
     SqliteStatement remove(db_, "DELETE FROM " + Table("MSysVornProperties") +
                                           " WHERE TableName = ?1 AND FieldName = ?2");
     remove.BindText(1, table).BindText(2, field).Run();

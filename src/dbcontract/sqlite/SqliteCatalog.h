@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -103,6 +104,10 @@ private:
 
     const SqliteHandle& db_;
     std::string schema_;
+    // Designs read, by folded name, while the handle lets them be kept, and
+    // the handle's design epoch they belong to.
+    mutable std::map<std::string, TableInfo> designs_;
+    mutable std::uint64_t designsEpoch_ = 0;
 };
 
 }  // namespace vorn

@@ -31,6 +31,15 @@ public:
     // Runs one or more statements that return no rows.
     void Exec(std::string_view sql) const;
 
+    // Designs a catalog may keep. Kept only while this connection is the
+    // file's one writer (a copy being filled), and dropped whenever a
+    // table's design may have changed: every catalog write of tables, fields,
+    // indexes or properties, and every rollback, moves the epoch on.
+    void KeepDesigns(bool keep) noexcept { keepDesigns_ = keep; }
+    bool KeepsDesigns() const noexcept { return keepDesigns_; }
+    void DesignChanged() const noexcept { ++designEpoch_; }
+    std::uint64_t DesignEpoch() const noexcept { return designEpoch_; }
+
     std::int64_t Changes() const noexcept;
     std::int64_t LastInsertRowid() const noexcept;
     bool InTransaction() const noexcept;
@@ -43,6 +52,8 @@ public:
 private:
     sqlite3* db_ = nullptr;
     std::shared_ptr<SqliteStatementCache> statements_;
+    bool keepDesigns_ = false;
+    mutable std::uint64_t designEpoch_ = 0;
 };
 
 }  // namespace vorn

@@ -216,6 +216,7 @@ std::unique_ptr<SqliteProjectFile> SqliteProjectFile::Create(const std::string& 
 void SqliteProjectFile::WriteAsScratch() {
     CheckOpen();
     db_->Exec("PRAGMA journal_mode = MEMORY; PRAGMA synchronous = OFF");
+    db_->KeepDesigns(true);
 }
 
 void SqliteProjectFile::SyncToDisk(const std::string& path) {
@@ -488,6 +489,7 @@ void SqliteProjectFile::Rollback() {
                                 "beginning a transaction.");
     }
     const auto name = "vorn_trans_" + std::to_string(transactionDepth_);
+    db_->DesignChanged();
     db_->Exec("ROLLBACK TO " + name + "; RELEASE " + name);
     --transactionDepth_;
     if (transactionDepth_ == 0) attachments_->ReleaseStatementFiles();

@@ -55,7 +55,8 @@ public:
     // the filling fails, such as a copy being converted: the rollback
     // journal stays in memory (savepoints still roll back) and nothing is
     // synced to the disk, which otherwise costs more than the writing. The
-    // caller syncs the file (SyncToDisk) before it puts it in place.
+    // caller syncs the file (SyncToDisk) before it puts it in place. The
+    // designs read are kept between changes, since no one else writes.
     // REQUIRES: no transaction is open.
     void WriteAsScratch();
 

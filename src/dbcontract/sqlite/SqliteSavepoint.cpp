@@ -16,6 +16,7 @@ SqliteSavepoint::SqliteSavepoint(const SqliteHandle& db, std::string name)
 SqliteSavepoint::~SqliteSavepoint() {
     if (!open_) return;
     try {
+        db_.DesignChanged();
         db_.Exec("ROLLBACK TO " + name_ + "; RELEASE " + name_);
     } catch (...) {
         // A failed rollback leaves the outer transaction to the caller's

@@ -73,6 +73,33 @@ TEST_F(SqliteLookupTest, NullOwnerColumnsWrittenByAnotherProgramAreTheSameOwner)
     db->Close();
 }
 
+TEST_F(SqliteLookupTest, AScratchCopyForgetsTheDesignsARollbackUndid) {
+    auto db = SqliteProjectFile::Open(path, false);
+    db->WriteAsScratch();
+    FieldInfo extra;
+    extra.name = "Extra";
+    extra.type = 4;
+    db->BeginTrans();
+    db->AddField("Échantillon", extra);
+    // A query reads the table's design, with the field, between changes.
+    RowRequest query;
+    query.source = "SELECT * FROM [Échantillon]";
+    EXPECT_EQ(db->OpenRows(query)->Columns().size(), 2u);
+    db->Rollback();
+    // Kept designs would still show the field and refuse it as a duplicate.
+    db->AddField("échantillon", extra);
+    const auto tables = db->ReadTables();
+    ASSERT_FALSE(tables.empty());
+    EXPECT_EQ(tables[0].fields.size(), 2u);
+    // A change that fails in the middle is undone, and forgotten too.
+    FieldInfo again = extra;
+    EXPECT_NE(testing::FailureNumber([&] { db->AddField("Échantillon", again); }), 0);
+    extra.name = "Later";
+    db->AddField("Échantillon", extra);
+    EXPECT_EQ(db->ReadTables()[0].fields.size(), 3u);
+    db->Close();
+}
+
 TEST(SqliteStatementReuseTest, AKeptStatementFollowsTheSchemaAndItsBindingsDoNotLinger) {
     testing::TempFolder folder;
     const SqliteHandle db((folder / "kept.db").string(),
