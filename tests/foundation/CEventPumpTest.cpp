@@ -8,13 +8,11 @@
 namespace vorn {
 namespace {
 
-TEST(CEventPump, GetIDHandsOutOneNumberAListenerFromOne) {
+TEST(CEventPump, EachPumpNumbersItsOwnListenersFromOne) {
     CEventPump pump;
     EXPECT_EQ(pump.GetID(), 1);
     EXPECT_EQ(pump.GetID(), 2);
-    EXPECT_EQ(pump.GetID(), 3);
-    CEventPump other;
-    EXPECT_EQ(other.GetID(), 1) << "each pump counts its own listeners";
+    EXPECT_EQ(CEventPump().GetID(), 1);
 }
 
 TEST(CEventPump, ChangesReachEverySubscriberInOrderAndTheyMayChangeTheValue) {
@@ -24,27 +22,19 @@ TEST(CEventPump, ChangesReachEverySubscriberInOrderAndTheyMayChangeTheValue) {
         heard.push_back("first " + std::to_string(sink) + " " + name + " " + value.AsText());
         value = Variant("C:/Projects/B.vpj");
     });
-    const auto second = pump.Subscribe([&](std::int32_t sink, const std::string& name, Variant& value) {
-        heard.push_back("second " + std::to_string(sink) + " " + name + " " + value.AsText());
+    const auto second = pump.Subscribe([&](std::int32_t, const std::string&, Variant& value) {
+        heard.push_back("second " + value.AsText());
     });
 
     Variant path("C:/Projects/A.vpj");
     pump.PropertyValueChanged(2, "ProjectPath", path);
-    EXPECT_EQ(heard, (std::vector<std::string>{"first 2 ProjectPath C:/Projects/A.vpj",
-                                               "second 2 ProjectPath C:/Projects/B.vpj"}));
+    EXPECT_EQ(heard, (std::vector<std::string>{"first 2 ProjectPath C:/Projects/A.vpj", "second C:/Projects/B.vpj"}));
     EXPECT_EQ(path, Variant("C:/Projects/B.vpj")) << "the value is in/out";
 
     pump.Unsubscribe(second);
     heard.clear();
     pump.PropertyValueChanged(1, "Silent", path);
     EXPECT_EQ(heard.size(), 1u);
-}
-
-TEST(CEventPump, AChangeWithoutSubscribersLeavesTheValue) {
-    CEventPump pump;
-    Variant value(std::int32_t{7});
-    pump.PropertyValueChanged(pump.GetID(), "Count", value);
-    EXPECT_EQ(value, Variant(std::int32_t{7}));
 }
 
 }  // namespace

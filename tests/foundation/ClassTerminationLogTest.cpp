@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <memory>
 
+#include "FoundationTestHelpers.h"
 #include "foundation/CFile.h"
 #include "foundation/CTextString.h"
 #include "runtime/ErrorNumbers.h"
-#include "runtime/RecordingUserInterface.h"
 #include "runtime/SessionSlot.h"
 #include "runtime/VornError.h"
 #include "support/TestSupport.h"
@@ -15,7 +15,6 @@ namespace vorn {
 namespace {
 
 using testing::ReadFile;
-using testing::TempFolder;
 using testing::WriteFile;
 
 class ClassTerminationLogTest : public ::testing::Test {
@@ -23,54 +22,36 @@ protected:
     std::string LogPath() const { return (folder_ / "ends.txt").string(); }
     std::string Log() const { return ReadFile(LogPath()); }
 
-    TempFolder folder_;
+    testing::TempFolder folder_;
     CFile file_{"vorn"};
 };
 
-TEST_F(ClassTerminationLogTest, AbsentFileIsNeverCreated) {
+TEST_F(ClassTerminationLogTest, OnlyAnExistingFileSwitchedOnIsWritten) {
     file_.ClassTerminationLogFile(true, LogPath());
     file_.ClassTerminated("CAx0");
     EXPECT_FALSE(std::filesystem::exists(LogPath()));
-}
 
-TEST_F(ClassTerminationLogTest, SwitchedOffLeavesTheFileAlone) {
-    WriteFile(LogPath(), "");
+    WriteFile(LogPath(), "   ");
     file_.ClassTerminationLogFile(false, LogPath());
     file_.ClassTerminated("CAx0");
-    EXPECT_EQ(Log(), "");
-}
+    EXPECT_EQ(Log(), "   ");
 
-TEST_F(ClassTerminationLogTest, FirstEndInAnEmptyFileGivesOneLine) {
-    const std::pair<const char*, const char*> cases[] = {{"", "vorn.CTextString - 1"},
-                                                         {"   ", "vorn.CTextString - 1"}};
-    for (const auto& [content, expected] : cases) {
-        WriteFile(LogPath(), content);
-        file_.ClassTerminationLogFile(true, LogPath());
-        file_.ClassTerminated("CTextString");
-        EXPECT_EQ(Log(), expected) << "[" << content << "]";
-    }
-}
+    file_.ClassTerminationLogFile(true, LogPath());
+    file_.ClassTerminated("CTextString");
+    EXPECT_EQ(Log(), "vorn.CTextString - 1");
 
-TEST_F(ClassTerminationLogTest, WithoutPrefixTheNameStillHasItsDot) {
     WriteFile(LogPath(), "");
-    CFile plain;
+    CFile plain;  // without prefix the name still has its dot
     plain.ClassTerminationLogFile(true, LogPath());
     plain.ClassTerminated("clsTables");
     EXPECT_EQ(Log(), ".clsTables - 1");
 }
 
-TEST_F(ClassTerminationLogTest, CountsGrowInTheOrderOfFirstEnd) {
-    WriteFile(LogPath(), "vorn.clsLock - 41");
+TEST_F(ClassTerminationLogTest, CountsGrowInTheOrderOfFirstEndMatchingNamesExactly) {
+    WriteFile(LogPath(), "vorn.clsLock - 41\r\nvorn.cax0 - 4");
     file_.ClassTerminationLogFile(true, LogPath());
     for (const char* name : {"CAx0", "clsTables", "CAx0", "clsLock"}) file_.ClassTerminated(name);
-    EXPECT_EQ(Log(), "vorn.clsLock - 42\r\nvorn.CAx0 - 2\r\nvorn.clsTables - 1");
-}
-
-TEST_F(ClassTerminationLogTest, NamesMatchExactlyCaseIncluded) {
-    WriteFile(LogPath(), "vorn.cax0 - 4\r\nVORN.CAx0 - 2");
-    file_.ClassTerminationLogFile(true, LogPath());
-    file_.ClassTerminated("CAx0");
-    EXPECT_EQ(Log(), "vorn.cax0 - 4\r\nVORN.CAx0 - 2\r\nvorn.CAx0 - 1");
+    EXPECT_EQ(Log(), "vorn.clsLock - 42\r\nvorn.cax0 - 4\r\nvorn.CAx0 - 2\r\nvorn.clsTables - 1");
 }
 
 TEST_F(ClassTerminationLogTest, MalformedLinesFailAndLeaveTheFile) {
@@ -82,42 +63,26 @@ TEST_F(ClassTerminationLogTest, MalformedLinesFailAndLeaveTheFile) {
     file_.ClassTerminationLogFile(true, LogPath());
     for (const auto& [content, number] : cases) {
         WriteFile(LogPath(), content);
-        try {
-            file_.ClassTerminated("CAx0");
-            ADD_FAILURE() << "no failure for [" << content << "]";
-        } catch (const VornError& e) {
-            EXPECT_EQ(e.Number(), number) << content;
-        }
+        EXPECT_EQ(testing::FailureNumber([&] { file_.ClassTerminated("CAx0"); }), number) << content;
         EXPECT_EQ(Log(), content);
     }
 }
 
-// The classes of the system record their end through the session's File.
-class ClassEndTest : public ClassTerminationLogTest {
-protected:
-    void SetUp() override {
-        SessionSlot<CFile>::Make(std::make_unique<CFile>("vorn"));
-        File().ClassTerminationLogFile(true, LogPath());
-        WriteFile(LogPath(), "");
-        oldUi_ = SetUi(std::make_unique<RecordingUserInterface>());
-    }
-    void TearDown() override {
-        SetUi(std::move(oldUi_));
-        SessionSlot<CFile>::ResetForTests();
-    }
-    std::unique_ptr<UserInterface> oldUi_;
-};
-
-TEST_F(ClassEndTest, TextTableRecordsItsEnd) {
+// The classes of the system record their end through the session's File, and
+// a failure of the log does not escape an end.
+TEST_F(ClassTerminationLogTest, SessionClassesRecordTheirEnd) {
+    const testing::RecordedUi ui;
+    SessionSlot<CFile>::Make(std::make_unique<CFile>("vorn"));
+    File().ClassTerminationLogFile(true, LogPath());
+    WriteFile(LogPath(), "");
     WriteFile(folder_ / "TextStrings_EN.tsv", "1\tone\n'end\n");
     { const CTextString texts(folder_.path().string()); }
     EXPECT_EQ(Log(), "vorn.CTextString - 1");
-}
 
-TEST_F(ClassEndTest, FailureOfTheLogDoesNotEscapeAnEnd) {
     WriteFile(LogPath(), "no count here");
     EXPECT_NO_THROW(RecordClassEnd("CAx0"));
     EXPECT_EQ(Log(), "no count here");
+    SessionSlot<CFile>::ResetForTests();
 }
 
 }  // namespace

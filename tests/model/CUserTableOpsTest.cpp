@@ -1,23 +1,21 @@
 // Table classes, aliases and link table names.
+
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "model/CUserTableOps.h"
-#include "model/KeysTestSupport.h"
+#include "model/ModelTestSupport.h"
 
 namespace vorn {
 namespace {
 
+using testing::kDel;
 using testing::MakeTable;
 
-const std::string kDel = "\x7F";
+using TableClasses = testing::SampleProjectTest;
 
-using TableNames = testing::KeysTest;
-
-TEST_F(TableNames, LinkNamesNestAndLeadBackToTheUpperCasedParent) {
+TEST_F(TableClasses, LinkNamesNestAndLeadBackToTheUpperCasedParent) {
     struct Case {
         std::string table, link, parent;
         bool isLink;
@@ -34,17 +32,13 @@ TEST_F(TableNames, LinkNamesNestAndLeadBackToTheUpperCasedParent) {
         EXPECT_EQ(UserTab().ParentFromLinkFnS(c.table), c.parent) << c.table;
         EXPECT_EQ(UserTab().IsLinkTableNameFnB(c.table), c.isLink) << c.table;
     }
-}
-
-TEST_F(TableNames, FixedAliasesMapBothWaysAndThePageTableOneWay) {
+    // Fixed aliases map both ways, the page table's from the alias only.
     EXPECT_EQ(UserTab().TableAliasFnS(kDel + "textmacro"), "Text Macros");
     EXPECT_EQ(UserTab().AliasTableFnS(TextStr().TextStringGetFnS(5184)), "[" + kDel + "GIDPAGE]");
     EXPECT_EQ(UserTab().TableAliasFnS(kDel + "GIDPAGE"), kDel + "GIDPAGE");
     EXPECT_TRUE(UserTab().IsAliasedFnB("Text Macros"));
     EXPECT_FALSE(UserTab().IsAliasedFnB("SAMPLE"));
 }
-
-using TableClasses = testing::SampleProjectTest;
 
 TEST_F(TableClasses, CriteriaDecideWhichTablesAreTheUsers) {
     const testing::FieldSpec recId{"VornRecID", dao::dbLong};
@@ -89,13 +83,12 @@ TEST_F(TableClasses, CriteriaDecideWhichTablesAreTheUsers) {
 
 TEST_F(TableClasses, ProjectsAndDrawingFilesAreTold) {
     EXPECT_TRUE(UserTab().HasVornTableDefsFnB(*db));
-    auto nwind = DaoEngine().OpenDatabase(testing::JetFixture("nwind.mdb"), 4, true);
+    auto nwind = testing::OpenNwind();
     std::string name;
     EXPECT_FALSE(UserTab().VornDataTableFnB(*nwind->TableDefs().Item("MSysObjects"), name));
     EXPECT_FALSE(UserTab().HasVornTableDefsFnB(*nwind));
     nwind->Close();
-    testing::TempFolder other;
-    auto drawing = DaoEngine().CreateDatabase((other / "pages.vpj").string(), testing::kLocale);
+    auto drawing = DaoEngine().CreateDatabase((folder / "pages.vpj").string(), testing::kLocale);
     MakeTable(*drawing, kDel + "GIDPAGE", {{"PageID", dao::dbLong}}, {});
     EXPECT_TRUE(UserTab().HasVornTableDefsFnB(*drawing)) << "a file of drawing pages alone";
     MakeTable(*drawing, "POINT", {{"PointID", dao::dbText, 20}}, {"PointID"}, false);
@@ -103,17 +96,14 @@ TEST_F(TableClasses, ProjectsAndDrawingFilesAreTold) {
     drawing->TableDefs().Delete(kDel + "GIDPAGE");
     EXPECT_FALSE(UserTab().HasVornTableDefsFnB(*drawing)) << "POINT's key is not unique";
     drawing->Close();
-}
 
-TEST_F(TableClasses, EnterpriseTablesCountByTheServersIndexes) {
     testing::MariaDbEnterpriseDb site;
     testing::BuildEnterpriseProject(site, true);
     auto server = site.Open();
     auto schema = site.cn.TableSchema("SAMPLE");
     EXPECT_TRUE(
         UserTab().VornUserTableFnB(*server->TableDefs().Item("SAMPLE"), nullptr, 32767, &schema));
-    EXPECT_EQ(UserTab().UserTablesCountFnI(*server), 2)
-        << "SAMPLE and READING; PROJECT has no VornRecID";
+    EXPECT_EQ(UserTab().UserTablesCountFnI(*server), 2) << "PROJECT has no VornRecID";
     server->Close();
 }
 

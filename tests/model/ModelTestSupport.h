@@ -1,22 +1,36 @@
 #pragma once
 
-// The session objects the key set, table class and relation tests reach, and
-// one small project built as a project file and in the enterprise databases
-// of the CJetEngineOps tests' support (SQLite, and the test run's MariaDB).
+// The session objects the model reaches, enterprise databases on the two real
+// engines (SQLite files in a temp folder, the throwaway MariaDB server of the
+// test run), and one small sample project built in each kind of database.
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+#include <atomic>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "dbcontract/DBEngine.h"
+#include "dbcontract/DalConnection.h"
+#include "dbcontract/DalSession.h"
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/DaoTestSupport.h"
+#include "dbcontract/IdaoEngine.h"
+#include "dbcontract/ProviderRules.h"
+#include "foundation/CAx0.h"
 #include "foundation/CDoTrace.h"
+#include "foundation/CFile.h"
+#include "foundation/CTextString.h"
 #include "foundation/clsProgressInterface.h"
 #include "model/CCallbacks.h"
-#include "model/CJetEngineOpsTestSupport.h"
+#include "model/CJetEngineOps.h"
+#include "model/CUserTableOps.h"
 #include "model/CVornIndex.h"
+#include "runtime/Conversions.h"
+#include "runtime/ErrorRecord.h"
 #include "runtime/RecordingUserInterface.h"
 #include "runtime/SessionSlot.h"
 #include "support/TestSupport.h"
@@ -24,17 +38,103 @@
 namespace vorn::testing {
 
 inline const char* kLocale = ";LANGID=0x0409;CP=1252;COUNTRY=0";
+inline const std::string kDel = "\x7F";
 
-inline std::string JetFixture(const std::string& name) {
-    return (SourceDir() / "tests/data/jet" / name).string();
+inline std::shared_ptr<Database> OpenNwind() {
+    return DaoEngine().OpenDatabase((SourceDir() / "tests/data/jet/nwind.mdb").string(), 4, true);
 }
+
+// The first column of every row of `sql`, as the codec reads it.
+inline std::vector<std::string> Column(Database& db, const std::string& sql) {
+    auto rows = db.OpenRecordset(sql, dao::dbOpenSnapshot, dao::dbReadOnly);
+    std::vector<std::string> values;
+    for (; !rows->Eof(); rows->MoveNext()) {
+        values.push_back(JetOps().FieldDataToStringFnS(*rows->Fields().Item(0)));
+    }
+    return values;
+}
+
+// An empty enterprise database of one provider: a connection that takes SQL
+// and the IDAO connect string that opens it as a Database.
+class EnterpriseDb {
+  public:
+    virtual ~EnterpriseDb() = default;
+    DalConnection cn;
+    std::string idaoConnect;
+
+    std::shared_ptr<Database> Open(bool readOnly = false) {
+        return IdaoEngine().OpenDatabase("", 0, readOnly, idaoConnect);
+    }
+};
+
+// A database file "site" in a temp folder, provider 16.
+class SqliteEnterpriseDb : public EnterpriseDb {
+  public:
+    SqliteEnterpriseDb() {
+        DalConnection system;
+        system.SetProviderType(provider::kSqlite);
+        system.SetConnectString(system.BuildConnectString(folder_.path().string()));
+        std::string why;
+        EXPECT_TRUE(system.CreateDatabase("site", why)) << why;
+        cn.SetProviderType(provider::kSqlite);
+        cn.SetConnectString(cn.BuildConnectString(folder_.path().string(), "site"));
+        idaoConnect = "SQLITE; " + cn.ConnectString();
+    }
+
+  private:
+    TempFolder folder_;
+};
+
+// A fresh database on the test run's MariaDB server, provider 8, dropped at
+// the end. A test that needs it and finds no server fails.
+class MariaDbEnterpriseDb : public EnterpriseDb {
+  public:
+    MariaDbEnterpriseDb() {
+        const char* socket = std::getenv("VORN_TEST_MARIADB_SOCKET");
+        if (socket == nullptr || *socket == '\0') {
+            ADD_FAILURE() << "VORN_TEST_MARIADB_SOCKET is not set: run through ctest";
+            return;
+        }
+        static std::atomic<int> counter{0};
+        database_ = "vorn_hops" + std::to_string(::getpid()) + "_" + std::to_string(counter++);
+        system_.SetProviderType(provider::kMySql);
+        system_.SetConnectString(
+            system_.BuildConnectString(socket, "information_schema", "root", ""));
+        std::string why;
+        EXPECT_TRUE(system_.CreateDatabase(database_, why)) << why;
+        cn.SetProviderType(provider::kMySql);
+        cn.SetConnectString(cn.BuildConnectString(socket, database_, "root", ""));
+        idaoConnect = "MYSQL; " + cn.ConnectString();
+    }
+    ~MariaDbEnterpriseDb() override {
+        cn.Close();
+        if (database_.empty()) return;
+        IgnoreErrors([&] { system_.Execute("DROP DATABASE " + system_.QuoteName(database_)); });
+    }
+
+  private:
+    DalConnection system_;
+    std::string database_;
+};
+
+// One empty enterprise database on each engine.
+struct EnterpriseServers {
+    SqliteEnterpriseDb sqlite;
+    MariaDbEnterpriseDb mariadb;
+    std::vector<EnterpriseDb*> All() { return {&sqlite, &mariadb}; }
+};
 
 // Session objects made once per process; a recording user interface and an
 // empty connection cache per test.
-class KeysTest : public ::testing::Test {
+class ModelTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        MakeJetOpsSession();
+        SessionSlot<CAx0>::Make(std::make_unique<CAx0>());
+        SessionSlot<CTextString>::Make(std::make_unique<CTextString>());
+        SessionSlot<CFile>::Make(std::make_unique<CFile>());
+        SessionSlot<CJetEngineOps>::Make(std::make_unique<CJetEngineOps>());
+        SessionSlot<CUserTableOps>::Make(std::make_unique<CUserTableOps>());
+        SessionSlot<DalSession>::Make(std::make_unique<DalSession>());
         SessionSlot<clsProgressInterface>::Make(std::make_unique<clsProgressInterface>());
         SessionSlot<CCallbacks>::Make(std::make_unique<CCallbacks>());
         SessionSlot<CDoTrace>::Make(std::make_unique<CDoTrace>());
@@ -42,7 +142,6 @@ class KeysTest : public ::testing::Test {
         auto ui = std::make_unique<RecordingUserInterface>();
         ui_ = ui.get();
         previousUi_ = SetUi(std::move(ui));
-        TheIndex().ConnectionSet();
     }
     void TearDown() override {
         TheIndex().ConnectionSet();
@@ -107,9 +206,9 @@ inline void BuildSampleProject(Database& db) {
 }
 
 // The sample project as an upsize leaves it in an enterprise database:
-// vORNProjectID first in every key, PROJECT keyed by vORNProject_UID. The DDL
-// is in the engines' own dialect, which both take. Index names are one name
-// space per SQLite database, so there only SAMPLE carries VORNINDEX.
+// vORNProjectID first in every key, PROJECT keyed by vORNProject_UID. Index
+// names are one name space per SQLite database, so there only SAMPLE carries
+// VORNINDEX.
 inline void BuildEnterpriseProject(EnterpriseDb& site, bool withReading) {
     auto& server = site.cn.Engine();
     server.Execute("CREATE TABLE PROJECT (vORNProjectID INT NOT NULL, Name VARCHAR(40))");
@@ -128,16 +227,16 @@ inline void BuildEnterpriseProject(EnterpriseDb& site, bool withReading) {
 }
 
 // A test with the sample project in a new project file.
-class SampleProjectTest : public KeysTest {
+class SampleProjectTest : public ModelTest {
   protected:
     void SetUp() override {
-        KeysTest::SetUp();
+        ModelTest::SetUp();
         db = DaoEngine().CreateDatabase((folder / "site.vpj").string(), kLocale);
         BuildSampleProject(*db);
     }
     void TearDown() override {
         if (db && db->IsOpen()) db->Close();
-        KeysTest::TearDown();
+        ModelTest::TearDown();
     }
     TableDef& Table(const std::string& name) { return *db->TableDefs().Item(name); }
 
