@@ -7,9 +7,10 @@
 #include "dbcontract/DaoErrors.h"
 #include "dbcontract/Database.h"
 #include "dbcontract/Workspace.h"
-#include "dbcontract/jet/JetProjectFile.h"
 
 namespace vorn {
+
+struct JetOpenOptions;
 
 // The root of the data access objects: opens, creates and compacts project
 // files, whatever engine stores them, and keeps the errors of the last

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "dbcontract/DBEngine.h"
+#include "dbcontract/jet/JetOpenOptions.h"
 #include "runtime/ErrorNumbers.h"
 #include "runtime/UserInterface.h"
 #include "runtime/VornError.h"
