@@ -7,6 +7,7 @@
 #include "dbcontract/DalConnection.h"
 #include "dbcontract/DalSession.h"
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/DaoTestSupport.h"
 #include "dbcontract/IdaoEngine.h"
 #include "dbcontract/ProviderRules.h"
 #include "runtime/DateSerial.h"
@@ -25,14 +26,7 @@ using namespace dao;
 class IdaoDatabaseTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        DalConnection system;
-        system.SetProviderType(provider::kSqlite);
-        system.SetConnectString(system.BuildConnectString(folder.path().string()));
-        std::string why;
-        ASSERT_TRUE(system.CreateDatabase("site", why)) << why;
-        cn.SetProviderType(provider::kSqlite);
-        cn.SetConnectString(cn.BuildConnectString(folder.path().string(), "site"));
-        idaoConnect = "SQLITE; " + cn.ConnectString();
+        idaoConnect = testing::NewSqliteEnterpriseDatabase(folder, "site", cn);
     }
 
     std::shared_ptr<IdaoDatabase> Open(bool readOnly = false) {

@@ -20,14 +20,7 @@ using testing::Engine;
 class SqlServerTextOnSqlite : public ::testing::Test {
   protected:
     void SetUp() override {
-        DalConnection system;
-        system.SetProviderType(provider::kSqlite);
-        system.SetConnectString(system.BuildConnectString(folder.path().string()));
-        std::string why;
-        ASSERT_TRUE(system.CreateDatabase("site", why)) << why;
-        cn.SetProviderType(provider::kSqlite);
-        cn.SetConnectString(cn.BuildConnectString(folder.path().string(), "site", "", ""));
-        idaoConnect = "SQLITE; " + cn.ConnectString();
+        idaoConnect = testing::NewSqliteEnterpriseDatabase(folder, "site", cn);
         testing::RunSteps(cn, Engine::Sqlite, testing::DesignCorpus());
     }
 

@@ -11,9 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "dbcontract/DBEngine.h"
-#include "dbcontract/DalConnection.h"
-#include "dbcontract/ProviderRules.h"
+#include "dbcontract/DaoTestSupport.h"
 #include "dbcontract/TableDef.h"
 #include "support/TestSupport.h"
 
@@ -46,15 +44,8 @@ protected:
 };
 
 TEST_F(SchemaCommandTest, AnEnterpriseDatabaseIsNamedByItsTarget) {
-    DalConnection system;
-    system.SetProviderType(provider::kSqlite);
-    system.SetConnectString(system.BuildConnectString(folder.path().string()));
-    std::string why;
-    ASSERT_TRUE(system.CreateDatabase("site", why)) << why;
-    system.Close();
     DalConnection cn;
-    cn.SetProviderType(provider::kSqlite);
-    cn.SetConnectString(cn.BuildConnectString(folder.path().string(), "site", "", ""));
+    testing::NewSqliteEnterpriseDatabase(folder, "site", cn);
     cn.Execute("CREATE TABLE [POINT] ([PointID] [nvarchar] (255) NOT NULL, [Depth] [float] NULL)");
     cn.Close();
 

@@ -70,16 +70,7 @@ class EnterpriseDb {
 // A database file "site" in a temp folder, provider 16.
 class SqliteEnterpriseDb : public EnterpriseDb {
   public:
-    SqliteEnterpriseDb() {
-        DalConnection system;
-        system.SetProviderType(provider::kSqlite);
-        system.SetConnectString(system.BuildConnectString(folder_.path().string()));
-        std::string why;
-        EXPECT_TRUE(system.CreateDatabase("site", why)) << why;
-        cn.SetProviderType(provider::kSqlite);
-        cn.SetConnectString(cn.BuildConnectString(folder_.path().string(), "site"));
-        idaoConnect = "SQLITE; " + cn.ConnectString();
-    }
+    SqliteEnterpriseDb() { idaoConnect = NewSqliteEnterpriseDatabase(folder_, "site", cn); }
 
   private:
     TempFolder folder_;
@@ -100,6 +91,8 @@ class MariaDbEnterpriseDb : public EnterpriseDb {
         system_.SetProviderType(provider::kMySql);
         system_.SetConnectString(
             system_.BuildConnectString(socket, "information_schema", "root", ""));
+        // A database of an earlier process with the same number is stale.
+        DropDatabase();
         std::string why;
         EXPECT_TRUE(system_.CreateDatabase(database_, why)) << why;
         cn.SetProviderType(provider::kMySql);
@@ -108,11 +101,16 @@ class MariaDbEnterpriseDb : public EnterpriseDb {
     }
     ~MariaDbEnterpriseDb() override {
         cn.Close();
-        if (database_.empty()) return;
-        IgnoreErrors([&] { system_.Execute("DROP DATABASE " + system_.QuoteName(database_)); });
+        if (!database_.empty()) DropDatabase();
     }
 
   private:
+    // The server's own statement: DROP DATABASE is no statement the system
+    // sends, so it does not go through the rewrite.
+    void DropDatabase() {
+        system_.Engine().Execute("DROP DATABASE IF EXISTS " + system_.QuoteName(database_));
+    }
+
     DalConnection system_;
     std::string database_;
 };

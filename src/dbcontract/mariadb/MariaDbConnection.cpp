@@ -118,7 +118,12 @@ void MariaDbConnection::EnsureDatabase() {
     if (!attachedToSystem_) return;
     const std::optional<std::string> run = MariaDbRunDatabase::Find(target_);
     if (!run || *run == currentDatabase_) return;
-    handle_->Use(*run);
+    if (!handle_->Use(*run)) {
+        // Dropped since it was named: the run has no database of its own
+        // until it names another, and the connection stays where it is.
+        MariaDbRunDatabase::Forget(target_, *run);
+        return;
+    }
     currentDatabase_ = *run;
     ForgetDesign();
 }

@@ -1,5 +1,7 @@
 #include "dbcontract/mariadb/MariaDbHandle.h"
 
+#include <mysqld_error.h>
+
 #include <mutex>
 
 
@@ -63,9 +65,12 @@ std::uint64_t MariaDbHandle::Run(std::string_view sql) {
     return mysql_affected_rows(get());
 }
 
-void MariaDbHandle::Use(std::string_view database) {
+bool MariaDbHandle::Use(std::string_view database) {
     const std::string name(database);
-    if (mysql_select_db(get(), name.c_str()) != 0) Fail("Cannot use database '" + name + "'");
+    if (mysql_select_db(get(), name.c_str()) == 0) return true;
+    if (mysql_errno(get()) == ER_BAD_DB_ERROR) return false;
+    Fail("Cannot use database '" + name + "'");
+    return false;
 }
 
 void MariaDbHandle::Fail(std::string_view context) const {

@@ -52,8 +52,9 @@ public:
     // The first counter value of the last insert.
     std::uint64_t InsertId() const { return mysql_insert_id(get()); }
 
-    // Makes `database` the session's default database.
-    void Use(std::string_view database);
+    // Makes `database` the session's default database; false when the
+    // server has no such database (any other refusal fails).
+    bool Use(std::string_view database);
 
     // Raises the connection's last error.
     [[noreturn]] void Fail(std::string_view context = {}) const;

@@ -33,6 +33,11 @@ std::optional<std::string> MariaDbRunDatabase::Find(const ServerTarget& server) 
     return found->second;
 }
 
+void MariaDbRunDatabase::Forget(const ServerTarget& server, std::string_view database) {
+    const auto found = Registry().find(ServerKey(server));
+    if (found != Registry().end() && found->second == database) Registry().erase(found);
+}
+
 void MariaDbRunDatabase::ResetForTests() {
     Registry().clear();
 }

@@ -22,6 +22,8 @@ class MariaDbRunDatabase {
 public:
     static void Set(const ServerTarget& server, std::string_view database);
     static std::optional<std::string> Find(const ServerTarget& server);
+    // Forgets `database` as the run's database of `server`, when it is.
+    static void Forget(const ServerTarget& server, std::string_view database);
     static void ResetForTests();
 
     // Whether a connection to `database` stands for "the server" only.

@@ -8,6 +8,7 @@
 
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/mariadb/MariaDbRunDatabase.h"
+#include "runtime/Conversions.h"
 #include "runtime/DateSerial.h"
 #include "runtime/ErrorNumbers.h"
 #include "runtime/VornError.h"
@@ -62,6 +63,18 @@ const IndexInfo& IndexNamed(const TableInfo& table, const std::string& name) {
         if (index.name == name) return index;
     }
     throw std::runtime_error("no index " + name);
+}
+
+// A connection to the server alone works in the database the run named
+// last; once that database is dropped, it works on without it.
+TEST_F(MariaDbConnectionTest, ADroppedRunDatabaseIsLeftBehind) {
+    db_.reset();
+    system_->Execute("DROP DATABASE " + system_->QuoteName(database_));
+    MariaDbConnection fresh(MariaDbTestTarget());
+    std::vector<Variant> row;
+    ASSERT_TRUE(fresh.Query("SELECT 1 + 1")->Next(row));
+    EXPECT_EQ(CLng(row[0]), 2);
+    EXPECT_FALSE(fresh.DatabaseExists(database_));
 }
 
 TEST_F(MariaDbConnectionTest, ColumnsReadBackWithDaoTypes) {
