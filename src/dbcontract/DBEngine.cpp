@@ -11,11 +11,16 @@
 namespace vorn {
 namespace {
 
-std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& name, bool readOnly) {
+// 3024 unless `name` is a file.
+void RequireFile(const std::string& name) {
     std::error_code ec;
     if (!std::filesystem::is_regular_file(name, ec)) {
         throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + name + "'.");
     }
+}
+
+std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& name, bool readOnly) {
+    RequireFile(name);
     if (SqliteProjectFile::LooksLikeProjectFile(name)) return SqliteProjectFile::Open(name, readOnly);
     // A Jet or ACE file is always served read only, as a copy.
     if (JetProjectFile::LooksLikeJet(name)) return JetProjectFile::Open(name);
@@ -68,10 +73,7 @@ void DBEngine::CompactDatabase(const std::string& source, const std::string& des
 void DBEngine::CompactDatabase(const std::string& source, const std::string& destination,
                                const JetOpenOptions& how) {
     WithDaoErrors([&] {
-        std::error_code ec;
-        if (!std::filesystem::is_regular_file(source, ec)) {
-            throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + source + "'.");
-        }
+        RequireFile(source);
         if (!JetProjectFile::LooksLikeJet(source)) return SqliteProjectFile::Compact(source, destination);
         JetProjectFile::ReportWarnings(source, JetProjectFile::Convert(source, destination, false, how), how);
     });
