@@ -239,8 +239,8 @@ std::unique_ptr<DatabaseBackend> JetProjectFile::Open(const std::string& path, c
     try {
         ReadResult read;
         {
-            auto copy = SqliteProjectFile::Create(copyPath.string(), header.LocaleText());
-            copy->WriteAsScratch();  // a private copy: gone if the process dies
+            // A private copy: gone if the process dies.
+            auto copy = SqliteProjectFile::CreateScratch(copyPath.string(), header.LocaleText());
             read = ReadInto(source, *copy, JetCopyWriter::Mode::kServe, options);
             copy->Close();
         }
@@ -284,8 +284,7 @@ std::vector<std::string> JetProjectFile::Convert(const std::string& source, cons
     try {
         std::vector<std::string> warnings;
         {
-            auto copy = SqliteProjectFile::Create(partial.string(), header.LocaleText());
-            copy->WriteAsScratch();
+            auto copy = SqliteProjectFile::CreateScratch(partial.string(), header.LocaleText());
             warnings = ReadInto(from, *copy, JetCopyWriter::Mode::kConvert, options).warnings;
             copy->Close();
         }

@@ -40,6 +40,20 @@ const std::vector<std::string> kCreateStatements = {
     "Value, PRIMARY KEY(TableName, FieldName, Name))",
     "CREATE TABLE MSysVornInfo(Name TEXT PRIMARY KEY, Value TEXT)"};
 
+// The name a catalog row stores for `select`'s last term (a "<column> = ?N"):
+// the exact name first, through the key; then ignoring case, by the engine's
+// collation, which folds as names compare everywhere else but cannot use the
+// key, so a catalog being filled name by name is not searched row by row.
+template <class Bind>
+std::optional<std::string> ExactThenFolded(const SqliteHandle& db, const std::string& select, Bind bind) {
+    for (const std::string& sql : {select, select + " COLLATE " + SqliteCollations::kNoCase}) {
+        SqliteStatement query(db, sql);
+        bind(query);
+        if (query.Step()) return query.Text(0);
+    }
+    return std::nullopt;
+}
+
 // The rows of one property owner, ?1 the table and ?2 the field ('' for
 // none), found through the primary key. A file written by another program
 // may hold NULL for '', which only an owner with an empty name can match.
@@ -185,12 +199,8 @@ std::optional<std::string> SqliteCatalog::StoredTableName(std::string_view name)
 
 std::optional<std::string> SqliteCatalog::StoredFieldName(std::string_view storedTable,
                                                           std::string_view field) const {
-    SqliteStatement query(db_, "SELECT Name FROM " + Table("MSysVornFields") +
-                                   " WHERE TableName = ?1 AND Name = ?2 COLLATE " +
-                                   SqliteCollations::kNoCase);
-    query.BindText(1, storedTable).BindText(2, field);
-    if (query.Step()) return query.Text(0);
-    return std::nullopt;
+    return ExactThenFolded(db_, "SELECT Name FROM " + Table("MSysVornFields") + " WHERE TableName = ?1 AND Name = ?2",
+                           [&](SqliteStatement& query) { query.BindText(1, storedTable).BindText(2, field); });
 }
 
 std::optional<TableInfo> SqliteCatalog::FindTable(std::string_view name) const {
@@ -602,7 +612,8 @@ std::vector<PropertyInfo> SqliteCatalog::ReadProperties(const PropertyOwnerKey& 
 
 void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
                                  const PropertyInfo& property) const {
-    db_.DesignChanged();
+    // Only the design settings kept as properties are part of a kept design.
+    if (IsDesignProperty(owner, property.name)) db_.DesignChanged();
     const auto stored = SqliteValueCodec::Encode(property.value, PropertyField(property.type));
     const auto existing = StoredPropertyName(owner, property.name);
     const std::string sql =
@@ -619,7 +630,7 @@ void SqliteCatalog::SaveProperty(const PropertyOwnerKey& owner,
 }
 
 bool SqliteCatalog::DeleteProperty(const PropertyOwnerKey& owner, std::string_view name) const {
-    db_.DesignChanged();
+    if (IsDesignProperty(owner, name)) db_.DesignChanged();
     const auto existing = StoredPropertyName(owner, name);
     if (!existing) return false;
     SqliteStatement remove(db_, "DELETE FROM " + Table("MSysVornProperties") +
@@ -637,27 +648,18 @@ void SqliteCatalog::DeleteFieldProperties(std::string_view table, std::string_vi
 
 std::optional<std::string> SqliteCatalog::StoredPropertyName(const PropertyOwnerKey& owner,
                                                              std::string_view name) const {
-    SqliteStatement query(db_, "SELECT Name FROM " + Table("MSysVornProperties") + " WHERE " +
-                                   OwnerRows(owner) + " AND Name = ?3 COLLATE " +
-                                   SqliteCollations::kNoCase);
-    query.BindText(1, owner.table).BindText(2, owner.field).BindText(3, name);
-    if (query.Step()) return query.Text(0);
-    return std::nullopt;
+    return ExactThenFolded(db_, "SELECT Name FROM " + Table("MSysVornProperties") + " WHERE " + OwnerRows(owner) + " AND Name = ?3",
+                           [&](SqliteStatement& query) {
+                               query.BindText(1, owner.table).BindText(2, owner.field).BindText(3, name);
+                           });
 }
 
 std::optional<std::string> SqliteCatalog::StoredName(std::string_view table,
                                                      std::string_view column,
                                                      std::string_view name) const {
-    // The exact name first, through the key; then ignoring case, by the
-    // engine's collation, which folds as names compare everywhere else.
-    const std::string select = "SELECT " + std::string(column) + " FROM " + Table(table) +
-                               " WHERE " + std::string(column) + " = ?1";
-    for (const std::string& sql : {select, select + " COLLATE " + SqliteCollations::kNoCase}) {
-        SqliteStatement query(db_, sql);
-        query.BindText(1, name);
-        if (query.Step()) return query.Text(0);
-    }
-    return std::nullopt;
+    return ExactThenFolded(db_,
+                           "SELECT " + std::string(column) + " FROM " + Table(table) + " WHERE " + std::string(column) + " = ?1",
+                           [&](SqliteStatement& query) { query.BindText(1, name); });
 }
 
 }  // namespace vorn

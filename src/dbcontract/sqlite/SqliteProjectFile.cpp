@@ -189,12 +189,25 @@ void SqliteProjectFile::ShowAttachedTablesAndQueries() {
         if (!table.connect.empty()) attachments_->Show(table);
     }
     for (const auto& query : editor_->Catalog().ReadQueries()) {
-        editor_->ShowQuery(query, ViewSql(query, false));
+        editor_->ShowQuery(query, ViewSql(query).shown);
     }
 }
 
 std::unique_ptr<SqliteProjectFile> SqliteProjectFile::Create(const std::string& path,
                                                              std::string_view localeText) {
+    MakeFile(path, localeText, true);
+    return Open(path, false);
+}
+
+std::unique_ptr<SqliteProjectFile> SqliteProjectFile::CreateScratch(const std::string& path,
+                                                                    std::string_view localeText) {
+    MakeFile(path, localeText, false);
+    auto file = Open(path, false);
+    file->WriteAsScratch();
+    return file;
+}
+
+void SqliteProjectFile::MakeFile(const std::string& path, std::string_view localeText, bool synced) {
     std::error_code error;
     if (fs::exists(path, error)) throw DatabaseExists(path);
     const auto folder = fs::absolute(path).parent_path();
@@ -203,6 +216,7 @@ std::unique_ptr<SqliteProjectFile> SqliteProjectFile::Create(const std::string& 
     }
     try {
         const SqliteHandle db(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        if (!synced) db.Exec("PRAGMA journal_mode = MEMORY; PRAGMA synchronous = OFF");
         db.Exec("BEGIN");
         SqliteCatalog(db).Create(localeText);
         db.Exec("COMMIT");
@@ -210,7 +224,6 @@ std::unique_ptr<SqliteProjectFile> SqliteProjectFile::Create(const std::string& 
         fs::remove(path, error);
         throw;
     }
-    return Open(path, false);
 }
 
 void SqliteProjectFile::WriteAsScratch() {
@@ -275,13 +288,12 @@ JetTranslateOptions SqliteProjectFile::TranslateOptions(bool forStatement) const
 // A saved query's view: its SELECT in SQLite's dialect; "" for an action
 // query, one with parameters, or one the translator refuses. The view
 // `stored` in the file cannot reach other files: "" for a query that does.
-std::string SqliteProjectFile::ViewSql(const QueryInfo& query, bool stored) const {
+SqliteProjectFile::Views SqliteProjectFile::ViewSql(const QueryInfo& query) const {
     try {
         const auto translation = translator_->Translate(query.sql, TranslateOptions(false));
-        const bool usable = translation.kind == JetStatementKind::Query &&
-                            translation.parameters.empty() &&
-                            !(stored && !translation.attachments.empty());
-        return usable ? translation.sql : std::string();
+        if (translation.kind != JetStatementKind::Query || !translation.parameters.empty()) return {};
+        // A view stored in the file cannot reach another file.
+        return {translation.attachments.empty() ? translation.sql : std::string(), translation.sql};
     } catch (const VornError&) {
         return {};
     }
@@ -368,8 +380,9 @@ void SqliteProjectFile::DropRelation(std::string_view relation) {
 
 void SqliteProjectFile::CreateQuery(const QueryInfo& query) {
     Change([&] {
-        editor_->CreateQuery(query, ViewSql(query, true));
-        editor_->ShowQuery(query, ViewSql(query, false));
+        const auto views = ViewSql(query);
+        editor_->CreateQuery(query, views.stored);
+        editor_->ShowQuery(query, views.shown);
     });
 }
 

@@ -60,6 +60,10 @@ public:
     // REQUIRES: no transaction is open.
     void WriteAsScratch();
 
+    // A new file (as Create) to be written as scratch: not even the
+    // making of its catalog is synced.
+    static std::unique_ptr<SqliteProjectFile> CreateScratch(const std::string& path, std::string_view localeText);
+
     std::string Name() const override { return path_; }
     std::string Connect() const override { return ""; }
     std::string Version() const override { return "4.0"; }
@@ -96,10 +100,19 @@ public:
 
 private:
     SqliteProjectFile(std::string path, bool readOnly);
+    // Makes the file with its catalog; `synced` as any design change is.
+    static void MakeFile(const std::string& path, std::string_view localeText, bool synced);
     void OpenConnection();
     void ShowAttachedTablesAndQueries();
     JetTranslateOptions TranslateOptions(bool forStatement) const;
-    std::string ViewSql(const QueryInfo& query, bool stored) const;
+    // A saved query as SQLite views: the one stored in the file, and the
+    // one shown for this connection (which may reach attached files); empty
+    // where the query is no view at all.
+    struct Views {
+        std::string stored;
+        std::string shown;
+    };
+    Views ViewSql(const QueryInfo& query) const;
     void RunSchemaOperation(const JetSchemaOperation& operation);
     std::int64_t RunDataChange(const std::string& sql);
     void CheckOpen() const;

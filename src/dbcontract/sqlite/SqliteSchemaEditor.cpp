@@ -464,7 +464,9 @@ void SqliteSchemaEditor::CreateRelation(const RelationInfo& relation) {
     for (const auto& pair : stored.fields) foreign.fields.push_back({pair.foreignName, 0});
     TableInfo after = child;
     after.indexes.push_back(foreign);
-    ChangeTable(child, after);
+    after.lastUpdated = NowSerial();
+    catalog_.ReplaceTable(child.name, after);
+    sync_.AddRelation(after, foreign, stored);
 }
 
 void SqliteSchemaEditor::DropRelation(std::string_view name) {

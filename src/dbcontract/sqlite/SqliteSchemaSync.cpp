@@ -253,6 +253,12 @@ void SqliteSchemaSync::RefreshDerived(const TableInfo& table) const {
     CreateTriggers(table);
 }
 
+void SqliteSchemaSync::AddRelation(const TableInfo& child, const IndexInfo& foreign,
+                                   const RelationInfo& relation) const {
+    db_.Exec(SqliteDdl::CreateIndex(child, foreign));
+    for (const auto& trigger : SqliteDdl::RelationTriggers(relation)) db_.Exec(trigger);
+}
+
 void SqliteSchemaSync::DropRelationTriggers(std::string_view relation) const {
     for (const auto& name : SqliteDdl::RelationTriggerNames(relation)) {
         db_.Exec("DROP TRIGGER IF EXISTS " + name);

@@ -37,6 +37,10 @@ public:
     // relations it takes part in.
     void RefreshDerived(const TableInfo& table) const;
     void DropRelationTriggers(std::string_view relation) const;
+    // Makes a new relation's foreign index on `child` and its triggers. The
+    // tables' other indexes and triggers stay as they are: a relation added
+    // to a full table must not build them again.
+    void AddRelation(const TableInfo& child, const IndexInfo& foreign, const RelationInfo& relation) const;
 
 private:
     void DropDerived(std::string_view table) const;
