@@ -648,10 +648,13 @@ void SqliteCatalog::DeleteFieldProperties(std::string_view table, std::string_vi
 
 std::optional<std::string> SqliteCatalog::StoredPropertyName(const PropertyOwnerKey& owner,
                                                              std::string_view name) const {
-    return ExactThenFolded(db_, "SELECT Name FROM " + Table("MSysVornProperties") + " WHERE " + OwnerRows(owner) + " AND Name = ?3",
-                           [&](SqliteStatement& query) {
-                               query.BindText(1, owner.table).BindText(2, owner.field).BindText(3, name);
-                           });
+    // Ignoring case at once: the key finds the owner's rows, and an owner
+    // has few properties.
+    SqliteStatement query(db_, "SELECT Name FROM " + Table("MSysVornProperties") + " WHERE " + OwnerRows(owner) +
+                                   " AND Name = ?3 COLLATE " + SqliteCollations::kNoCase);
+    query.BindText(1, owner.table).BindText(2, owner.field).BindText(3, name);
+    if (query.Step()) return query.Text(0);
+    return std::nullopt;
 }
 
 std::optional<std::string> SqliteCatalog::StoredName(std::string_view table,

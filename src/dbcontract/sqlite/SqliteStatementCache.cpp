@@ -8,9 +8,10 @@ SqliteStatementCache::~SqliteStatementCache() { Close(); }
 
 sqlite3_stmt* SqliteStatementCache::Take(const std::string& sql) noexcept {
     const auto found = idle_.find(sql);
-    if (found == idle_.end()) return nullptr;
-    sqlite3_stmt* statement = found->second;
-    idle_.erase(found);
+    if (found == idle_.end() || found->second.empty()) return nullptr;
+    sqlite3_stmt* statement = found->second.back();
+    found->second.pop_back();
+    --count_;
     return statement;
 }
 
@@ -22,14 +23,14 @@ void SqliteStatementCache::Give(const std::string& sql, sqlite3_stmt* statement)
         sqlite3_finalize(statement);
         return;
     }
-    if (idle_.size() >= kLimit) {
-        // No order of use is kept: dropping any one keeps the cache small
+    if (count_ >= kLimit || idle_.size() >= kLimit) {
+        // No order of use is kept: dropping them all keeps the cache small,
         // and the common statements come back at their next use.
-        sqlite3_finalize(idle_.begin()->second);
-        idle_.erase(idle_.begin());
+        FinalizeIdle();
     }
     try {
-        idle_.emplace(sql, statement);
+        idle_[sql].push_back(statement);
+        ++count_;
     } catch (...) {
         sqlite3_finalize(statement);
     }
@@ -37,8 +38,15 @@ void SqliteStatementCache::Give(const std::string& sql, sqlite3_stmt* statement)
 
 void SqliteStatementCache::Close() noexcept {
     closed_ = true;
-    for (const auto& [sql, statement] : idle_) sqlite3_finalize(statement);
+    FinalizeIdle();
+}
+
+void SqliteStatementCache::FinalizeIdle() noexcept {
+    for (const auto& [sql, statements] : idle_) {
+        for (sqlite3_stmt* statement : statements) sqlite3_finalize(statement);
+    }
     idle_.clear();
+    count_ = 0;
 }
 
 }  // namespace vorn

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 struct sqlite3_stmt;
 
@@ -25,7 +26,7 @@ public:
 
     // Takes back a statement prepared from `sql`: reset, its bindings
     // cleared, kept for the next Take. Finalized instead once the cache is
-    // closed, or when it holds its limit.
+    // closed; when the cache is full, the idle statements go first.
     void Give(const std::string& sql, sqlite3_stmt* statement) noexcept;
 
     // Finalizes every idle statement; whatever is given back later is
@@ -33,9 +34,14 @@ public:
     void Close() noexcept;
 
 private:
+    void FinalizeIdle() noexcept;
+
     static constexpr std::size_t kLimit = 128;
 
-    std::unordered_multimap<std::string, sqlite3_stmt*> idle_;
+    // By text; an entry stays when its statements are taken, so that taking
+    // and giving back allocate nothing once a text has been seen.
+    std::unordered_map<std::string, std::vector<sqlite3_stmt*>> idle_;
+    std::size_t count_ = 0;  // idle statements in all
     bool closed_ = false;
 };
 
