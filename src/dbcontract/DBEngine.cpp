@@ -14,6 +14,10 @@ namespace {
 // 3024 unless `name` is a file.
 void RequireFile(const std::string& name) {
     std::error_code ec;
+    if (std::filesystem::is_directory(name, ec)) {
+        throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine",
+                        "Could not find file '" + name + "': it is a folder, not a database file.");
+    }
     if (!std::filesystem::is_regular_file(name, ec)) {
         throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + name + "'.");
     }

@@ -83,14 +83,34 @@ private:
     std::unique_ptr<ProgressDisplay> display_;
 };
 
+[[noreturn]] void Refuse(std::int32_t number, const std::string& why) {
+    throw VornError(number, "vornc", why + " Nothing was written.");
+}
+
+// The checks a user needs before any work: the source first, then a target
+// that --force may replace but that must never be the source or a folder.
+void CheckFiles(const ConvertArguments& args) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (!fs::exists(args.source, error)) Refuse(errnum::kJetFileNotFound, "Could not find file '" + args.source + "'.");
+    const fs::path folder = fs::absolute(args.target, error).parent_path();
+    if (!fs::is_directory(folder, error)) {
+        Refuse(errnum::kJetNotValidPath, "The folder '" + folder.string() + "' of the target does not exist.");
+    }
+    if (!fs::exists(args.target, error)) return;
+    if (fs::equivalent(args.source, args.target, error)) {
+        Refuse(errnum::kJetDatabaseExists, "The target '" + args.target + "' is the source itself.");
+    }
+    if (fs::is_directory(args.target, error)) {
+        Refuse(errnum::kJetDatabaseExists, "The target '" + args.target + "' is a folder; name the new project file.");
+    }
+    if (!args.force) {
+        Refuse(errnum::kJetDatabaseExists, "The file '" + args.target + "' already exists; give --force to replace it.");
+    }
+}
+
 void Convert(const ConvertArguments& args) {
-    if (!std::filesystem::exists(args.source)) {
-        throw VornError(errnum::kJetFileNotFound, "vornc", "Could not find file '" + args.source + "'.");
-    }
-    if (std::filesystem::exists(args.target) && !args.force) {
-        throw VornError(errnum::kJetDatabaseExists, "vornc",
-                        "The file '" + args.target + "' already exists; give --force to replace it.");
-    }
+    CheckFiles(args);
     ConvertProgress progress(args.source);
     JetOpenOptions how;
     how.progress = [&progress](const std::string& table, std::int64_t done, std::int64_t total) {

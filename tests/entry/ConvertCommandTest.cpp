@@ -94,6 +94,23 @@ TEST_F(ConvertCommandTest, AFailedConversionLeavesNothingBehindAndKeepsTheTarget
     EXPECT_EQ(files, (std::vector<std::string>{"damaged.mdb", "site.vpj"}));
 }
 
+TEST_F(ConvertCommandTest, ForceNeverReplacesTheSourceOrAFolder) {
+    const fs::path source = folder / "site.mdb";
+    fs::copy_file(Fixture("jet4-decimal.mdb"), source);
+    const std::string bytes = testing::ReadFile(source);
+    EXPECT_EQ(Convert({source.string(), source.string(), "--force"}), 1);
+    // The same file under another name is still the source.
+    EXPECT_EQ(Convert({source.string(), (folder / "." / "site.mdb").string(), "--force"}), 1);
+    EXPECT_EQ(testing::ReadFile(source), bytes);
+    fs::create_directory(folder / "sub");
+    EXPECT_EQ(Convert({source.string(), (folder / "sub").string(), "--force"}), 1);
+    EXPECT_TRUE(fs::is_directory(folder / "sub"));
+    EXPECT_EQ(Convert({source.string(), (folder / "no" / "such.vpj").string()}), 1);
+    auto files = FilesIn(folder.path());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(files, (std::vector<std::string>{"site.mdb", "sub"}));
+}
+
 TEST_F(ConvertCommandTest, WrongArgumentsAreRefusedWithTwo) {
     EXPECT_EQ(Convert({}), 2);
     EXPECT_EQ(Convert({Fixture("nwind.mdb")}), 2);
