@@ -1,6 +1,7 @@
 #include "dbcontract/DBEngine.h"
 
 #include <filesystem>
+#include <unistd.h>
 
 #include "dbcontract/ConnectionTarget.h"
 #include "dbcontract/EnterpriseBackend.h"
@@ -20,6 +21,11 @@ void RequireFile(const std::string& name) {
     }
     if (!std::filesystem::is_regular_file(name, ec)) {
         throw VornError(errnum::kJetFileNotFound, "DAO.DBEngine", "Could not find file '" + name + "'.");
+    }
+    // Checked before the format: a file that cannot be read has none.
+    if (access(name.c_str(), R_OK) != 0) {
+        throw VornError(errnum::kJetCannotOpenFile, "DAO.DBEngine",
+                        "Could not open the file '" + name + "': you have no permission to read it.");
     }
 }
 

@@ -97,6 +97,9 @@ void CheckFiles(const ConvertArguments& args) {
     if (!fs::is_directory(folder, error)) {
         Refuse(errnum::kJetNotValidPath, "The folder '" + folder.string() + "' of the target does not exist.");
     }
+    if (access(folder.c_str(), W_OK) != 0) {
+        Refuse(errnum::kJetCannotOpenFile, "The folder '" + folder.string() + "' of the target cannot be written to.");
+    }
     if (!fs::exists(args.target, error)) return;
     if (fs::equivalent(args.source, args.target, error)) {
         Refuse(errnum::kJetDatabaseExists, "The target '" + args.target + "' is the source itself.");

@@ -5,6 +5,7 @@
 #include "dbcontract/sqlite/SqliteCollations.h"
 #include "dbcontract/sqlite/SqliteErrors.h"
 #include "dbcontract/sqlite/SqliteStatementCache.h"
+#include "runtime/ErrorNumbers.h"
 
 namespace vorn {
 namespace {
@@ -17,8 +18,12 @@ SqliteHandle::SqliteHandle(const std::string& path, int flags)
     : statements_(std::make_shared<SqliteStatementCache>()) {
     const int rc = sqlite3_open_v2(path.c_str(), &db_, flags, nullptr);
     if (rc != SQLITE_OK) {
-        const auto error = db_ != nullptr ? SqliteErrors::FromHandle(db_)
-                                          : SqliteErrors::FromSqlite(rc, sqlite3_errstr(rc));
+        auto error = db_ != nullptr ? SqliteErrors::FromHandle(db_) : SqliteErrors::FromSqlite(rc, sqlite3_errstr(rc));
+        if ((rc & 0xFF) == SQLITE_CANTOPEN) {
+            // SQLite's own text does not say which file.
+            error = SqliteErrors::Jet(errnum::kJetCannotOpenFile,
+                                      "Could not open the file '" + path + "' (" + sqlite3_errstr(rc) + ").");
+        }
         Close();
         throw error;
     }

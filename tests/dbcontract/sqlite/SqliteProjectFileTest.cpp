@@ -9,6 +9,7 @@
 
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/sqlite/LdbLock.h"
+#include "dbcontract/sqlite/SqliteHandle.h"
 #include "runtime/ErrorNumbers.h"
 #include "runtime/VornError.h"
 #include "support/TestSupport.h"
@@ -309,6 +310,13 @@ TEST_F(SqliteProjectFileTest, OpeningAndMakingFilesFailWithTheEnginesNumbers) {
         EXPECT_FALSE(SqliteProjectFile::LooksLikeProjectFile(PathOf(name)));
     }
     EXPECT_TRUE(SqliteProjectFile::LooksLikeProjectFile(PathOf("project.vpf")));
+    try {
+        const SqliteHandle missing(PathOf("no/such/folder.db"), SQLITE_OPEN_READWRITE);
+        ADD_FAILURE() << "a file in a missing folder opened";
+    } catch (const VornError& error) {
+        EXPECT_EQ(error.Number(), errnum::kJetCannotOpenFile);
+        EXPECT_NE(error.Description().find(PathOf("no/such/folder.db")), std::string::npos);
+    }
 }
 
 TEST_F(SqliteProjectFileTest, ReadOnlyRefusesEveryWriteAndLeavesTheFileUntouched) {
