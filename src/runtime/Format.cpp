@@ -249,17 +249,9 @@ DecimalNumber FromDouble(double value, int maxSignificant) {
     return n;
 }
 
-// Rounds to `places` decimals, half away from zero on the exact digits; a
-// number with a significance limit keeps no more digits than that.
-void RoundTo(DecimalNumber& n, int places) {
-    if (n.IsZero()) {
-        return;
-    }
-    int keep = n.pointPos + places;
-    if (n.maxSignificant > 0) {
-        keep = std::min(keep, n.maxSignificant);
-    }
-    if (keep >= static_cast<int>(n.digits.size())) {
+// Keeps the first `keep` digits, rounding half away from zero.
+void RoundAt(DecimalNumber& n, int keep) {
+    if (n.IsZero() || keep >= static_cast<int>(n.digits.size())) {
         return;
     }
     if (keep < 0) {
@@ -282,6 +274,17 @@ void RoundTo(DecimalNumber& n, int places) {
         }
     }
     StripZeros(n);
+}
+
+// Rounds to `places` decimals, half away from zero. A number with a
+// significance limit is first rounded to that many digits, the digits it
+// reads as: 2.675, held as 2.67499999999999982..., has the 15 digits
+// 2.67500000000000 and so gives 2.68 at two places.
+void RoundTo(DecimalNumber& n, int places) {
+    if (n.maxSignificant > 0) {
+        RoundAt(n, n.maxSignificant);
+    }
+    RoundAt(n, n.pointPos + places);
 }
 
 // The digit at `place`: 0 units, 1 tens, -1 tenths.

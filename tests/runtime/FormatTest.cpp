@@ -61,7 +61,7 @@ TEST(FormatNumber, DigitPlaceholdersAndLiterals) {
         {0, "#.##", "."},
         {0, "#", ""},
         {1.5, "0.0#", "1.5"},
-        {1.505, "0.0#", "1.5"},
+        {1.505, "0.0#", "1.51"},
         {10, "$#", "$10"},
         {19, "\\####\\#", "#19#"},
         {19, "\"##\"###\"##\"", "##19##"},
@@ -118,9 +118,10 @@ TEST(FormatNumber, Sections) {
     });
 }
 
-// Rounding is half away from zero on the exact binary value: 0.125 and 2.5
-// are exact halves, 0.075 is held as 0.07499999...
-TEST(FormatNumber, RoundsHalfAwayFromZeroOnTheHeldValue) {
+// Rounding is half away from zero on the fifteen digits a double reads as:
+// 0.125 and 2.5 are exact halves, and 0.075, held as 0.07499999..., reads
+// as 0.0750000000000000 and rounds up as a user reading it expects.
+TEST(FormatNumber, RoundsHalfAwayFromZeroOnTheDigitsTheValueReadsAs) {
     ExpectNumbers({
         {2.5, "0", "3"},
         {3.5, "0", "4"},
@@ -130,12 +131,14 @@ TEST(FormatNumber, RoundsHalfAwayFromZeroOnTheHeldValue) {
         {99.5, "0", "100"},
         {0.125, "0.00", "0.13"},
         {-0.125, "0.00", "-0.13"},
-        {0.075, "$#.##", "$.07"},
+        {0.075, "$#.##", "$.08"},
         {0.075, "$#.###", "$.075"},
         {2.145, "#.00", "2.15"},
-        {4.685, "#.00", "4.68"},
+        {4.685, "#.00", "4.69"},
         {22.225, "0.00", "22.23"},
-        {9.995, "0.00", "9.99"},
+        {9.995, "0.00", "10.00"},
+        {2.675, "0.00", "2.68"},
+        {1.005, "0.00", "1.01"},
         {0.999, "0.00", "1.00"},
     });
 }
