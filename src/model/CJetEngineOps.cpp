@@ -29,11 +29,7 @@ CJetEngineOps& JetOps() { return SessionSlot<CJetEngineOps>::Get(); }
 
 namespace jetops {
 
-std::string Bracketed(std::string_view name) {
-    std::string text(name);
-    if (text.empty() || text.find('[') != std::string::npos) return text;
-    return "[" + text + "]";
-}
+std::string Bracketed(std::string_view name) { return Ax().AddBracketsFnS(name); }
 
 std::string Text(std::int32_t id, const std::vector<std::string>& replacements) {
     if (!SessionSlot<CTextString>::IsMade()) return "???TextID " + std::to_string(id) + "???";

@@ -10,7 +10,8 @@
 
 namespace vorn::jetops {
 
-// "[name]" unless the name is "" or already holds "[" (the foundation's rule).
+// The foundation's brackets: "[name]" unless the name is "" or already holds
+// "["; an owner stays apart ("dbo.SAMPLE" gives "[dbo].[SAMPLE]").
 std::string Bracketed(std::string_view name);
 
 // A text of the text table; "???TextID <id>???" before the session made it.

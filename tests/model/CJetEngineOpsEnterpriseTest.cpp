@@ -101,6 +101,22 @@ TEST_F(EnterpriseTest, OpeningAnEnterpriseDatabaseReadsHowProjectsAreKnown) {
     }
 }
 
+// A table name with an owner ("dbo.SAMPLE"; SQLite's is "main") is
+// bracketed part by part in the statements built here.
+TEST_F(EnterpriseTest, OwnerQualifiedTablesAreBracketedPartByPart) {
+    testing::SqliteEnterpriseDb server;
+    server.cn.Execute("CREATE TABLE [SAMPLE] ([PointID] varchar(20), [Depth] float)");
+    server.cn.Execute("CREATE TABLE [COPY] ([PointID] varchar(20), [Depth] float)");
+    server.cn.Execute("INSERT INTO [SAMPLE] VALUES ('B1', 1.5)");
+    auto db = server.Open();
+    EXPECT_TRUE(JetOps().FieldHasDataFnB(*db, "main.SAMPLE", "Depth"));
+    JetOps().ExecuteSql(JetOps().InsertIntoSqlFnS("main.COPY", "*", "main.SAMPLE"), *db);
+    EXPECT_EQ(Column(*db, "SELECT [PointID] FROM [COPY]"), Strings{"B1"});
+    JetOps().DropTableSql(*db, "main.COPY");
+    EXPECT_EQ(server.cn.ExecuteLong("SELECT Count(*) FROM sqlite_master WHERE name='COPY'"), 0);
+    db->Close();
+}
+
 TEST_F(EnterpriseTest, RecordLinksAreCheckedAgainstTheRowsKeysInTheCurrentProject) {
     project.db->Execute("CREATE TABLE [SAMPLE] ([PointID] TEXT(20), [Depth] DOUBLE)");
     JetOps().IndexCreate("PointID,Depth", "VORNINDEX", *project.db->TableDefs().Item("SAMPLE"),
