@@ -9,7 +9,7 @@
 
 #include "entry/ConvertCommand.h"
 #include "entry/SchemaCommand.h"
-#include "entry/Session.h"
+#include "entry/UpsizeCommand.h"
 #include "entry/Version.h"
 #include "runtime/VornError.h"
 
@@ -27,8 +27,8 @@ enterprise database.
 The second form upsizes each source project file, in order, into the named
 enterprise database, and ends with the result of the first source as exit
 code: the project number (above 0) on success, 0 when it was cancelled or
-refused by a lock, a negative number when it failed. Give the whole text as
-one argument, quoted for the shell:
+refused by a lock, a negative number when it failed (-1 shows as 255).
+Give the whole text as one argument, quoted for the shell:
 
   vornc '"4;dbserver;SiteData;analyst;secret","/data/site1.vpj"'
 
@@ -77,14 +77,11 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    // The whole argument text is one job description; without a comma it
-    // names no job, and the program ends at once.
+    // The whole argument text is one job description.
     std::string text;
     for (int i = 1; i < argc; ++i) {
         if (i > 1) text += ' ';
         text += argv[i];
     }
-    if (!text.empty() && text.find(',') == std::string::npos) return 0;
-    std::fputs("vornc: the upsize of project files is not part of this build yet.\n", stderr);
-    return 1;
+    return vorn::RunUpsize(text);
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 
+#include "foundation/CFile.h"
 #include "foundation/CTextString.h"
 #include "runtime/Conversions.h"
 #include "runtime/ErrorRecord.h"
@@ -74,6 +75,8 @@ T Converted(Convert convert, T fallback) {
 }  // namespace
 
 CAx0::CAx0() : localizedTrue_(CStr(Variant(true))) {}
+
+CAx0::~CAx0() { RecordClassEnd("CAx0"); }
 
 CAx0& Ax() { return SessionSlot<CAx0>::Get(); }
 

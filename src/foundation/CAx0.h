@@ -50,6 +50,7 @@ public:
 
     // Takes LocalizedTrue from the runtime's text of True.
     CAx0();
+    ~CAx0();
     CAx0(const CAx0&) = delete;
     CAx0& operator=(const CAx0&) = delete;
 

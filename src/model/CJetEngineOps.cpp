@@ -25,6 +25,8 @@ namespace vorn {
 
 CJetEngineOps& JetOps() { return SessionSlot<CJetEngineOps>::Get(); }
 
+CJetEngineOps::~CJetEngineOps() { RecordClassEnd("CJetEngineOps"); }
+
 // ---- Shared helpers ----------------------------------------------------------
 
 namespace jetops {

@@ -42,6 +42,7 @@ struct JetFieldSource {
 class CJetEngineOps {
   public:
     CJetEngineOps() = default;
+    ~CJetEngineOps();
     CJetEngineOps(const CJetEngineOps&) = delete;
     CJetEngineOps& operator=(const CJetEngineOps&) = delete;
 

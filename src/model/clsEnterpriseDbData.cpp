@@ -3,6 +3,7 @@
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/Database.h"
 #include "foundation/CAx0.h"
+#include "foundation/CFile.h"
 #include "model/CJetEngineOps.h"
 #include "model/CJetEngineOpsInternal.h"
 #include "runtime/Conversions.h"
@@ -21,6 +22,8 @@ void FillMark(std::string& text, std::string_view value) {
 }
 
 }  // namespace
+
+clsEnterpriseDbData::~clsEnterpriseDbData() { RecordClassEnd("clsEnterpriseDbData"); }
 
 void clsEnterpriseDbData::DatabaseInit(Database& pdbSource) {
     try {

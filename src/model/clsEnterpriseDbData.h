@@ -15,6 +15,11 @@ class Database;
 // names empty.
 class clsEnterpriseDbData {
   public:
+    clsEnterpriseDbData() = default;
+    ~clsEnterpriseDbData();
+    clsEnterpriseDbData(const clsEnterpriseDbData&) = default;
+    clsEnterpriseDbData& operator=(const clsEnterpriseDbData&) = default;
+
     // The PROJECT column that identifies a project to the user.
     std::string IdentifierFieldName;
     // The PROJECT column that describes it.
