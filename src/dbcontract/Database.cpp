@@ -1,5 +1,7 @@
 #include "dbcontract/Database.h"
 
+#include <string_view>
+
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/DaoErrors.h"
 #include "runtime/Conversions.h"
@@ -7,6 +9,18 @@
 #include "runtime/Utf8.h"
 
 namespace vorn {
+namespace {
+
+// A source that is one name, bare or in brackets, and no statement: the
+// engine looks it up as a table or query and never parses it as SQL.
+bool IsOneName(std::string_view source) {
+    const std::string_view bare = UnbracketedName(source);
+    if (bare.empty()) return false;
+    if (bare.size() != source.size()) return bare.find_first_of("[]") == std::string_view::npos;
+    return source.find_first_of(" \t\r\n;,()*=") == std::string_view::npos;
+}
+
+}  // namespace
 
 Database::Database(std::unique_ptr<DatabaseBackend> backend) : backend_(std::move(backend)) {
     name_ = backend_->Name();
@@ -161,6 +175,11 @@ std::unique_ptr<Recordset> Database::OpenRecordset(const std::string& source, st
             if (request.type == 0) request.type = table->Connect().empty() ? dao::dbOpenTable : dao::dbOpenDynaset;
         } else if (const auto query = queryDefs_.Find(source)) {
             request.source = query->SQL();
+        } else if (IsOneName(source)) {
+            throw VornError(errnum::kJetInputTableNotFound, "DAO.Database",
+                            "The database engine cannot find the input table or query '" +
+                                std::string(UnbracketedName(source)) +
+                                "'. Make sure it exists and that its name is spelled correctly.");
         }
         if (request.type == 0) request.type = dao::dbOpenDynaset;
         if (request.type == dao::dbOpenTable && !request.isTable) {
@@ -174,7 +193,7 @@ std::unique_ptr<Recordset> Database::OpenRecordset(const std::string& source, st
             return WithDaoErrors([&] { return backend->OpenRows(r); });
         };
         auto rows = opener(request);
-        return std::make_unique<Recordset>(request, std::move(rows), opener);
+        return std::make_unique<Recordset>(request, std::move(rows), opener, weak);
     });
 }
 

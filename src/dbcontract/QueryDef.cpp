@@ -57,7 +57,7 @@ std::unique_ptr<Recordset> QueryDef::OpenRecordset(std::int32_t type, std::int32
         return WithDaoErrors([&] { return backend->OpenRows(r); });
     };
     auto rows = opener(request);
-    return std::make_unique<Recordset>(request, std::move(rows), opener);
+    return std::make_unique<Recordset>(request, std::move(rows), opener, backend_);
 }
 
 std::int64_t QueryDef::Execute(std::int32_t options) {

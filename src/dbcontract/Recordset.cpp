@@ -25,8 +25,10 @@ RowSource::RowKey PositionKey(std::int64_t position) {
 
 }  // namespace
 
-Recordset::Recordset(RowRequest request, std::unique_ptr<RowSource> rows, Opener opener)
-    : request_(std::move(request)), rows_(std::move(rows)), opener_(std::move(opener)) {
+Recordset::Recordset(RowRequest request, std::unique_ptr<RowSource> rows, Opener opener,
+                     std::weak_ptr<DatabaseBackend> database)
+    : request_(std::move(request)), rows_(std::move(rows)), opener_(std::move(opener)),
+      database_(std::move(database)) {
     BindFields();
     // An append-only recordset shows no rows, only the ones it adds.
     if ((request_.options & dao::dbAppendOnly) == 0) Fetch();
@@ -60,8 +62,18 @@ void Recordset::BindFields() {
     });
 }
 
-RowSource& Recordset::Rows() const {
+RowSource& Recordset::Rows() {
+    // The rows read through the database's connection: once it is closed
+    // they are let go before anything can touch it.
+    if (rows_ && database_.expired()) Close();
     if (!rows_) throw DaoFailure(errnum::kJetObjectInvalid, "Object invalid or no longer set.");
+    return *rows_;
+}
+
+const RowSource& Recordset::Rows() const {
+    if (!rows_ || database_.expired()) {
+        throw DaoFailure(errnum::kJetObjectInvalid, "Object invalid or no longer set.");
+    }
     return *rows_;
 }
 
@@ -94,21 +106,29 @@ std::int32_t Recordset::RecordCount() const {
     return static_cast<std::int32_t>(reached_ + added_);
 }
 
-void Recordset::MoveFirst() {
-    CancelUpdate();
+void Recordset::RestartRows() {
     Rows().Restart();
     position_ = -1;
+    // The rows read again include the ones added: they count among those
+    // reached, so the count does not drop when they are read anew.
+    reached_ += added_;
     added_ = 0;
-    if (!Fetch()) bof_ = true;
+}
+
+void Recordset::MoveFirst() {
+    CancelUpdate();
+    RestartRows();
+    if (!Fetch()) {
+        bof_ = true;
+        throw DaoFailure(errnum::kJetNoCurrentRecord, "No current record.");
+    }
 }
 
 void Recordset::MoveLast() {
     CancelUpdate();
-    if (!hasRow_) {
-        // Past the end already: read the rows again to find the last one.
-        Rows().Restart();
-        position_ = -1;
-    }
+    // Past the end already, or rows were added after the ones read: read
+    // the rows again to find the last one.
+    if (!hasRow_ || added_ > 0) RestartRows();
     std::vector<Variant> last = row_;
     RowSource::RowKey lastKey = key_;
     std::int64_t lastPosition = position_;
@@ -126,22 +146,24 @@ void Recordset::MoveLast() {
     position_ = lastPosition;
     hasRow_ = true;
     eof_ = false;
-    added_ = 0;  // the rows read now include the ones added
 }
 
 void Recordset::MoveNext() {
+    Rows();
     if (eof_) throw DaoFailure(errnum::kJetNoCurrentRecord, "No current record.");
     CancelUpdate();
     Fetch();
 }
 
 void Recordset::RefuseReadOnly() const {
+    Rows();
     if (!Updatable()) {
         throw DaoFailure(errnum::kJetReadOnly, "Cannot update. Database or object is read-only.");
     }
 }
 
 void Recordset::RequireCurrentRow() const {
+    Rows();
     if (!hasRow_ || eof_ || deleted_) throw DaoFailure(errnum::kJetNoCurrentRecord, "No current record.");
 }
 
@@ -207,6 +229,13 @@ void Recordset::SetBookmark(const Variant& bookmark) {
     const RowSource::RowKey key(bookmark.AsBinary().begin(), bookmark.AsBinary().end());
     CancelUpdate();
     if (Rows().Updatable()) {
+        // Stand on the row in the rows read, so that MoveNext goes on from it.
+        RestartRows();
+        while (Fetch()) {
+            if (key_ == key) return;
+        }
+        // A row outside the rows read (added, or no longer matching) is
+        // still current; after it comes the end.
         if (!Rows().Read(key, row_)) throw DaoFailure(errnum::kJetInvalidArgument, "Not a valid bookmark.");
         key_ = key;
         hasRow_ = true;
@@ -239,7 +268,7 @@ std::unique_ptr<Recordset> Recordset::OpenRecordset(std::int32_t type, std::int3
     if (!request.filter.empty() || !request.sort.empty()) {
         if (request.type == dao::dbOpenTable) request.type = dao::dbOpenDynaset;
     }
-    return std::make_unique<Recordset>(request, opener_(request), opener_);
+    return std::make_unique<Recordset>(request, opener_(request), opener_, database_);
 }
 
 void Recordset::Close() {

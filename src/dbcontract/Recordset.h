@@ -25,7 +25,10 @@ public:
     // Opens more rows for OpenRecordset after a Filter or Sort.
     using Opener = std::function<std::unique_ptr<RowSource>(const RowRequest&)>;
 
-    Recordset(RowRequest request, std::unique_ptr<RowSource> rows, Opener opener);
+    // `database` is the engine the rows come from: once it is closed, the
+    // rows are released and every use fails with 3420.
+    Recordset(RowRequest request, std::unique_ptr<RowSource> rows, Opener opener,
+              std::weak_ptr<DatabaseBackend> database);
     ~Recordset();
     Recordset(const Recordset&) = delete;
     Recordset& operator=(const Recordset&) = delete;
@@ -45,6 +48,7 @@ public:
     Field& operator[](std::string_view name) { return *fields_.Item(name); }
     Field& operator[](std::int32_t index) { return *fields_.Item(index); }
 
+    // 3021 when there are no rows.
     void MoveFirst();
     void MoveLast();
     // 3021 when there is no current row (at EOF).
@@ -75,13 +79,17 @@ public:
 
     Properties& GetProperties() { return properties_; }
 
-    // Releases the rows. Any later use fails with 3420.
+    // Releases the rows. Any later use fails with 3420, as after the
+    // database is closed.
     void Close();
     bool IsOpen() const { return rows_ != nullptr; }
 
 private:
-    RowSource& Rows() const;
+    RowSource& Rows();
+    const RowSource& Rows() const;
     bool Fetch();
+    // Goes back to before the first row.
+    void RestartRows();
     void RefuseReadOnly() const;
     void RequireCurrentRow() const;
     Variant ValueAt(std::size_t column) const;
@@ -91,6 +99,7 @@ private:
     RowRequest request_;
     std::unique_ptr<RowSource> rows_;
     Opener opener_;
+    std::weak_ptr<DatabaseBackend> database_;
     DaoCollection<Field> fields_;
     Properties properties_;
 

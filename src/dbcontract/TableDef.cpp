@@ -223,7 +223,7 @@ std::unique_ptr<Recordset> TableDef::OpenRecordset(std::int32_t type, std::int32
         return WithDaoErrors([&] { return backend->OpenRows(r); });
     };
     auto rows = opener(request);
-    return std::make_unique<Recordset>(request, std::move(rows), opener);
+    return std::make_unique<Recordset>(request, std::move(rows), opener, backend_);
 }
 
 TableInfo TableDef::Info() const {

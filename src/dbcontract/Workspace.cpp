@@ -19,6 +19,9 @@ DaoCollection<Database> Workspace::Databases() {
 
 void Workspace::Add(std::shared_ptr<Database> database) {
     OpenDatabases();
+    // A database opened inside a transaction joins it at the depth reached,
+    // so that the commit or rollback covers it too.
+    for (std::int32_t level = 0; level < depth_; ++level) database->BeginTrans();
     databases_.push_back(std::move(database));
 }
 

@@ -244,6 +244,116 @@ TEST(DaoRecordset, WorkspaceTransactionsSpanTheOpenDatabases) {
     EXPECT_EQ(project.db->OpenRecordset("POINT")->RecordCount(), 1);
 }
 
+// POINT with the rows P1, P2, P3 in that order.
+void AddThreePoints(Database& db) {
+    for (const char* id : {"P1", "P2", "P3"}) {
+        db.Execute(std::string("INSERT INTO POINT (PointID) VALUES ('") + id + "')");
+    }
+}
+
+TEST(DaoRecordset, TheEndStaysTheEndAfterMoveLastInEveryType) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    AddThreePoints(*project.db);
+    const struct {
+        const char* source;
+        std::int32_t type;
+        std::int32_t options;
+    } cases[] = {
+        {"POINT", dao::dbOpenTable, 0},
+        {"POINT", dao::dbOpenDynaset, 0},
+        {"SELECT * FROM POINT", dao::dbOpenSnapshot, dao::dbReadOnly},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.type);
+        auto rs = project.db->OpenRecordset(c.source, c.type, c.options);
+        rs->MoveLast();
+        EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P3");
+        rs->MoveNext();
+        EXPECT_TRUE(rs->Eof());
+        EXPECT_EQ(rs->RecordCount(), 3);
+        EXPECT_EQ(FailureNumber([&] { rs->MoveNext(); }), errnum::kJetNoCurrentRecord);
+    }
+    project.db->Execute("DELETE FROM POINT");
+    auto empty =
+        project.db->OpenRecordset("SELECT * FROM POINT", dao::dbOpenSnapshot, dao::dbReadOnly);
+    EXPECT_EQ(FailureNumber([&] { empty->MoveFirst(); }), errnum::kJetNoCurrentRecord);
+    EXPECT_TRUE(empty->Eof() && empty->BOF());
+}
+
+TEST(DaoRecordset, RowsAddedAfterMoveLastCountOnce) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    AddThreePoints(*project.db);
+    auto rs = project.db->OpenRecordset("POINT", dao::dbOpenDynaset);
+    rs->MoveLast();
+    rs->AddNew();
+    (*rs)["PointID"].SetValue(Variant("P4"));
+    rs->Update();
+    EXPECT_EQ(rs->RecordCount(), 4);
+    rs->MoveLast();
+    EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P4");
+    EXPECT_EQ(rs->RecordCount(), 4);
+    rs->AddNew();
+    (*rs)["PointID"].SetValue(Variant("P5"));
+    rs->Update();
+    rs->MoveFirst();
+    EXPECT_EQ(rs->RecordCount(), 5);
+}
+
+TEST(DaoRecordset, MoveNextGoesOnFromTheBookmarkedRow) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    AddThreePoints(*project.db);
+    for (const std::int32_t type : {dao::dbOpenTable, dao::dbOpenDynaset}) {
+        SCOPED_TRACE(type);
+        auto rs = project.db->OpenRecordset("POINT", type);
+        rs->MoveNext();
+        const Variant second = rs->Bookmark();
+        rs->MoveLast();
+        rs->SetBookmark(second);
+        EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P2");
+        rs->MoveNext();
+        EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P3");
+    }
+}
+
+TEST(DaoRecordset, ADatabaseOpenedInsideATransactionJoinsIt) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    project.db->Close();
+    Workspace& ws = DaoEngine().Workspaces(0);
+    ws.BeginTrans();
+    project.Reopen();
+    project.db->Execute("INSERT INTO POINT (PointID) VALUES ('T1')");
+    EXPECT_EQ(FailureNumber([&] { ws.Rollback(); }), 0);
+    EXPECT_EQ(ws.TransactionDepth(), 0);
+    EXPECT_EQ(project.db->OpenRecordset("POINT")->RecordCount(), 0);
+}
+
+TEST(DaoRecordset, ARecordsetOfAClosedDatabaseFails3420) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    AddThreePoints(*project.db);
+    auto rows = project.db->OpenRecordset("POINT", dao::dbOpenDynaset);
+    auto closedByItself = project.db->OpenRecordset("POINT", dao::dbOpenDynaset);
+    closedByItself->Close();
+    EXPECT_EQ(FailureNumber([&] { closedByItself->MoveNext(); }), errnum::kJetObjectInvalid);
+    project.db->Close();
+    EXPECT_EQ(FailureNumber([&] { rows->MoveNext(); }), errnum::kJetObjectInvalid);
+    EXPECT_EQ(FailureNumber([&] { (*rows)["PointID"].Value(); }), errnum::kJetObjectInvalid);
+    EXPECT_EQ(FailureNumber([&] { rows->AddNew(); }), errnum::kJetObjectInvalid);
+}
+
+TEST(DaoRecordset, AMissingTableOrQueryNameFails3078) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    for (const char* source : {"NOSUCH", "[No Such]", "SELECT * FROM NOSUCH"}) {
+        const auto open = [&] { project.db->OpenRecordset(source, dao::dbOpenSnapshot, dao::dbReadOnly); };
+        EXPECT_EQ(FailureNumber(open), errnum::kJetInputTableNotFound) << source;
+    }
+}
+
 TEST(DaoReadOnly, EveryWriteIsRefusedAndTheFileStaysAsItWas) {
     NewProject project;
     MakePointAndSample(*project.db);

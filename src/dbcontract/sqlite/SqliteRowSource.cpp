@@ -67,9 +67,13 @@ void SqliteRowSource::ReadRow(const SqliteStatement& statement, std::vector<Vari
 }
 
 bool SqliteRowSource::Next(std::vector<Variant>& row) {
+    // Stepped again once done, the statement would start over from the
+    // first row: the end stays the end until Restart.
+    if (done_) return false;
     if (pending_) {
         pending_ = false;
     } else if (!select_.Step()) {
+        done_ = true;
         return false;
     }
     if (Updatable()) currentRowid_ = select_.Int(RowKeyColumn());
@@ -80,6 +84,7 @@ bool SqliteRowSource::Next(std::vector<Variant>& row) {
 void SqliteRowSource::Restart() {
     select_.Reset();
     pending_ = false;
+    done_ = false;
     currentRowid_ = 0;
 }
 

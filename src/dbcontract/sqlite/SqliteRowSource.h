@@ -76,6 +76,7 @@ private:
     std::vector<bool> insertColumns_;
     std::optional<SqliteStatement> insert_;
     bool pending_ = false;  // a row was read ahead to learn the column types
+    bool done_ = false;     // Next has reached the end
     std::int64_t currentRowid_ = 0;
 };
 
