@@ -70,6 +70,8 @@ IndexInfo Index::Info() const {
 void Index::MarkAppended() {
     appended_ = true;
     info_ = Info();
+    // The engine keeps a primary key unique, whatever Unique was set to.
+    if (info_.primary) info_.unique = true;
     for (const auto& field : fields_) field->Bind({.alter = nullptr, .designFixed = true, .getValue = nullptr, .setValue = nullptr});
 }
 

@@ -134,6 +134,18 @@ TEST(DaoDesign, BuiltInPropertiesReadAndRefuseAsTheEngineDid) {
     EXPECT_TRUE(project.db->TableDefs().Item("POINT")->Fields().Item("PointID")->Required());
 }
 
+TEST(DaoDesign, APrimaryKeyIsUniqueOnceAppended) {
+    NewProject project;
+    auto table = project.db->CreateTableDef("T");
+    table->Fields().Append(table->CreateField("Code", dao::dbText, 10));
+    auto key = table->CreateIndex("PrimaryKey");
+    key->SetPrimary(true);
+    key->Fields().Append(key->CreateField("Code"));
+    table->Indexes().Append(key);
+    project.db->TableDefs().Append(table);
+    EXPECT_TRUE(key->Unique());
+}
+
 TEST(DaoDesign, ARelationOnAParentWithoutAUniqueKeyFails3609) {
     NewProject project;
     Database& db = *project.db;
