@@ -3,13 +3,18 @@
 #include <cstring>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/DaoErrors.h"
 #include "runtime/ErrorNumbers.h"
 
 namespace vorn {
 namespace {
 
+// A failure of the recordset itself; kept in the engine's Errors as the
+// engine's own failures are, so that a handler never reads an older one.
 VornError DaoFailure(std::int32_t number, const std::string& text) {
-    return VornError(number, "DAO.Recordset", text);
+    VornError error(number, "DAO.Recordset", text);
+    EngineErrors().Record(error);
+    return error;
 }
 
 Variant KeyAsBookmark(const RowSource::RowKey& key) {
@@ -182,14 +187,16 @@ void Recordset::Edit() {
 
 void Recordset::Update() {
     if (editMode_ == 0) throw DaoFailure(errnum::kJetUpdateWithoutEdit, "Update or CancelUpdate without AddNew or Edit.");
-    if (editMode_ == 2) {
-        lastModified_ = Rows().Insert(pending_);
-        ++added_;
-    } else {
-        Rows().Update(key_, pending_);
-        lastModified_ = key_;
-        Rows().Read(key_, row_);
-    }
+    WithDaoErrors([&] {
+        if (editMode_ == 2) {
+            lastModified_ = Rows().Insert(pending_);
+            ++added_;
+        } else {
+            Rows().Update(key_, pending_);
+            lastModified_ = key_;
+            Rows().Read(key_, row_);
+        }
+    });
     editMode_ = 0;
     pending_.clear();
 }
@@ -203,7 +210,7 @@ void Recordset::Delete() {
     RefuseReadOnly();
     RequireCurrentRow();
     CancelUpdate();
-    Rows().Delete(key_);
+    WithDaoErrors([&] { Rows().Delete(key_); });
     deleted_ = true;
 }
 

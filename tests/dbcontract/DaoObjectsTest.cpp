@@ -201,6 +201,13 @@ TEST(DaoRecordset, AddNewEditAndCountsAsTheEngineAnswered) {
         EXPECT_EQ(FailureNumber([&] { (*rs)["PointID"].SetValue(Variant(std::string(51, 'x'))); }),
                   errnum::kJetFieldTooSmall);
         rs->CancelUpdate();
+        // A refused row is the last failure the engine's Errors tell.
+        EXPECT_NE(FailureNumber([&] { project.db->Execute("DROP TABLE NoSuchTable", 0); }), 0);
+        rs->AddNew();
+        (*rs)["PointID"].SetValue(Variant("BH1"));
+        EXPECT_EQ(FailureNumber([&] { rs->Update(); }), errnum::kJetDuplicateValue);
+        EXPECT_EQ(DaoEngine().Errors().Item(0).number, errnum::kJetDuplicateValue);
+        rs->CancelUpdate();
     }
     auto rs = project.db->OpenRecordset("SELECT * FROM POINT ORDER BY PointID", dao::dbOpenDynaset);
     EXPECT_EQ(rs->RecordCount(), 1);  // the rows reached so far
