@@ -108,7 +108,7 @@ std::int32_t Recordset::RecordCount() const {
     if (request_.isTable && request_.type == dao::dbOpenTable && rows_) {
         if (const auto known = rows_->KnownCount()) return static_cast<std::int32_t>(*known);
     }
-    return static_cast<std::int32_t>(reached_ + added_);
+    return static_cast<std::int32_t>(reached_ + added_ - removed_);
 }
 
 void Recordset::RestartRows() {
@@ -212,6 +212,7 @@ void Recordset::Delete() {
     CancelUpdate();
     WithDaoErrors([&] { Rows().Delete(key_); });
     deleted_ = true;
+    ++removed_;
 }
 
 Variant Recordset::ValueAt(std::size_t column) const {

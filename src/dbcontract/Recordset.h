@@ -113,6 +113,9 @@ private:
     std::int64_t reached_ = 0;    // rows reached so far
     bool countComplete_ = false;  // MoveLast has reached the end
     std::int64_t added_ = 0;      // rows added through this recordset
+    // Rows deleted through it: they stay among those reached, whose count
+    // is the furthest position read, so they are taken off it.
+    std::int64_t removed_ = 0;
 
     std::int32_t editMode_ = 0;
     RowSource::Changes pending_;

@@ -300,6 +300,25 @@ TEST(DaoRecordset, TheEndStaysTheEndAfterMoveLastInEveryType) {
     EXPECT_TRUE(empty->Eof() && empty->BOF());
 }
 
+TEST(DaoRecordset, RowsDeletedThroughADynasetLeaveItsCount) {
+    NewProject project;
+    MakePointAndSample(*project.db);
+    AddThreePoints(*project.db);
+    auto rs = project.db->OpenRecordset("SELECT * FROM POINT ORDER BY PointID", dao::dbOpenDynaset);
+    rs->MoveLast();
+    rs->MoveFirst();
+    rs->Delete();
+    EXPECT_EQ(rs->RecordCount(), 2);
+    rs->MoveNext();
+    rs->MoveNext();
+    EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P3");
+    EXPECT_EQ(rs->RecordCount(), 2);
+    rs->MoveFirst();
+    EXPECT_EQ(CStr((*rs)["PointID"].Value()), "P2");
+    rs->MoveLast();
+    EXPECT_EQ(rs->RecordCount(), 2);
+}
+
 TEST(DaoRecordset, RowsAddedAfterMoveLastCountOnce) {
     NewProject project;
     MakePointAndSample(*project.db);
