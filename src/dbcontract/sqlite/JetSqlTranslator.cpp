@@ -488,7 +488,10 @@ ExprPtr Parser::Primary() {
         default:
             break;
     }
-    if (token.Is("TRUE") || token.Is("FALSE") || token.Is("NULL")) {
+    // Yes and No are Jet's other names of True and False (saved queries write
+    // "=No"); a field of that name is named in brackets.
+    if (token.Is("TRUE") || token.Is("FALSE") || token.Is("YES") || token.Is("NO") ||
+        token.Is("NULL")) {
         expr->kind = Expr::Kind::Literal;
         expr->token = Take();
         return expr;
@@ -1195,8 +1198,8 @@ Typed ExprWriter::Literal(const Expr& expr) const {
     }
     // True and False are stored as 1 and 0; Natural gives Jet's -1 where a
     // number is wanted.
-    if (token.Is("TRUE")) return Fixed("1", VType::Boolean);
-    if (token.Is("FALSE")) return Fixed("0", VType::Boolean);
+    if (token.Is("TRUE") || token.Is("YES")) return Fixed("1", VType::Boolean);
+    if (token.Is("FALSE") || token.Is("NO")) return Fixed("0", VType::Boolean);
     return Fixed("NULL", VType::Null);
 }
 

@@ -5,6 +5,8 @@
 #include <sqlite3.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "dbcontract/sqlite/SqliteCatalog.h"
 #include "dbcontract/sqlite/SqliteDdl.h"
@@ -25,6 +27,17 @@ const FieldInfo* FieldNamed(const TableInfo& table, std::string_view name) {
 
 bool TypeChanged(const FieldInfo& from, const FieldInfo& to) {
     return from.type != to.type || from.scale != to.scale || from.precision != to.precision;
+}
+
+// True when a field keeps its rows but changes its type, so that each value
+// must be converted to the new type's stored form.
+bool AnyTypeChanged(const TableInfo& before, const TableInfo& after,
+                    const std::vector<std::string>& sources) {
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const auto* from = FieldNamed(before, sources[i]);
+        if (from != nullptr && TypeChanged(*from, after.fields[i])) return true;
+    }
+    return false;
 }
 
 // The sequence SQLite keeps for an AUTOINCREMENT table, so that a rebuild
@@ -64,9 +77,13 @@ void SqliteSchemaSync::Apply(const TableInfo& before, const TableInfo& after,
     for (std::size_t i = 0; same && i < sources.size(); ++i) {
         same = sources[i] == after.fields[i].name;
     }
-    if (same) {
+    // Types kept in one storage class (a long that becomes a currency, a
+    // yes/no that becomes a number) leave the table's text as it is, but not
+    // the values: those go through the rebuild, which converts them.
+    const bool convert = AnyTypeChanged(before, after, sources);
+    if (same && !convert) {
         RefreshDerived(after);
-    } else if (!AddInPlace(before, after, sources)) {
+    } else if (convert || !AddInPlace(before, after, sources)) {
         Rebuild(before, after, sources);
     }
 }
@@ -113,12 +130,9 @@ void SqliteSchemaSync::Rebuild(const TableInfo& before, const TableInfo& after,
 void SqliteSchemaSync::CopyRows(const TableInfo& before, const TableInfo& after,
                                 const std::vector<std::string>& sources,
                                 std::string_view into) const {
-    for (std::size_t i = 0; i < sources.size(); ++i) {
-        const auto* from = FieldNamed(before, sources[i]);
-        if (from != nullptr && TypeChanged(*from, after.fields[i])) {
-            ConvertRows(before, after, sources, into);
-            return;
-        }
+    if (AnyTypeChanged(before, after, sources)) {
+        ConvertRows(before, after, sources, into);
+        return;
     }
     // Row ids are kept, so that bookmarks stay valid, unless a counter
     // becomes the row id.

@@ -496,6 +496,38 @@ INSTANTIATE_TEST_SUITE_P(
         RowCase{"SELECT [PointID],[Depth] FROM [SAMPLE] WHERE [Depth]>2", "BH1|3.0"},
         RowCase{"SELECT \"PointID\" FROM \"SAMPLE\" WHERE \"Ref\" = 'S9'", "XX9"}));
 
+// The statements of key sets, transfers, validation and record links, as their
+// builders write them.
+INSTANTIATE_TEST_SUITE_P(
+    TransferShapes, JetQueries,
+    ::testing::Values(
+        // The ORDER BY of a key set: a qualified text key in the number sort, the leaf descending.
+        RowCase{"SELECT [PointID],[Depth] FROM [SAMPLE] ORDER BY IIf(ISNUMERIC([SAMPLE].[PointID])"
+                "AND [SAMPLE].[PointID] NOT LIKE '*[de]*',IIf(Val([SAMPLE].[PointID])< 0,"
+                "Format(1/Abs(Val([SAMPLE].[PointID])),' 0000000000.00000'),Format([SAMPLE]."
+                "[PointID],'00000000000.00000')),[SAMPLE].[PointID]),[SAMPLE].[Depth] DESC",
+                "BH1|3.0;BH1|1.5;BH2|0.5;XX9|2.0"},
+        // An empty value in a WHERE of the codec is "Null ": nothing equals it.
+        RowCase{"SELECT Count(*) FROM [POINT] WHERE [Elevation]=Null ", "0"},
+        RowCase{"SELECT Count(*) FROM [POINT] WHERE [Elevation]<>Null ", "0"},
+        // A record link: the key fields joined with "&", a number as Jet writes it.
+        RowCase{"SELECT Count(*) FROM [SAMPLE] WHERE [PointID] & ',' & [Depth]='BH1,3'", "1"},
+        RowCase{"SELECT Count(*) FROM [SAMPLE] WHERE [PointID] & ',' & [Depth]='bh2,0.5'", "1"},
+        RowCase{"SELECT [PointID] & ',' & [Taken] FROM [SAMPLE] WHERE [Depth] = 1.5",
+                "BH1,5/6/2004 10:00:00 AM"},
+        // Yes and No are True and False.
+        RowCase{"SELECT Count(*) FROM PROJECT WHERE [Active] = Yes", "3"},
+        RowCase{"SELECT Count(*) FROM PROJECT WHERE [Active]=No", "2"},
+        // The identity of a project, and its id and description joined with "+".
+        RowCase{"SELECT [Name] FROM [PROJECT] WHERE [PROJECT].VornRecID=2", "beta"},
+        RowCase{"SELECT [Name],[Code],[Name]+','+[Code] FROM PROJECT WHERE VornRecID IN (1,4)",
+                "Alpha|9|Alpha,9;NULL|abc|NULL"},
+        // The longest text of a table without rows is Null.
+        RowCase{"select max(len([Name])) FROM [\x7fGIDLAYER] WHERE 1 = 2", "NULL"},
+        RowCase{"SELECT * FROM [\x7fGIDLAYER] WHERE [PageID] = 1", "1|1|Base|1|0;1|2|Holes|0|0"},
+        RowCase{"SELECT [Name] FROM [\x7fGIDPAGE] WHERE ([PageType]=3) AND ([Name]='plan')",
+                "Plan"}));
+
 TEST_F(JetSql, NamesWithQuotesBracketsBlanksAndLettersWorkAndInjectNothing) {
     db_.AddTable("we\"ird [x]", {{"a b\"c", dao::dbText, 10}, {"Größe", dao::dbLong}},
                  "('one', 1), ('two', 2)");
@@ -969,6 +1001,8 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"SELECT * FROM POINT p q", errnum::kJetCharactersAfterEnd},
         ErrorCase{"SELECT * FROM PROJECT WHERE [Started] = 'not a date'", 3464},
         ErrorCase{"SELECT TOP 10 PERCENT * FROM POINT", errnum::kJetOperationNotSupported},
+        // A "]" in a name is not escaped by the builders: Jet reads the name as ending there.
+        ErrorCase{"select max(len([Na]me])) FROM [PROJECT]", errnum::kJetSyntaxErrorInExpression},
         ErrorCase{"SELECT TOP 99999999999999999999 * FROM POINT",
                   errnum::kJetSyntaxErrorInExpression},
         ErrorCase{"SELECT &HFFFFFFFFFFFFFFFFFF", errnum::kJetSyntaxErrorInExpression},

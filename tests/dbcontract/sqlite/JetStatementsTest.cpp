@@ -344,5 +344,402 @@ TEST_F(JetStatements, AFailingStatementChangesNothingAndSaysWhy) {
     EXPECT_EQ(FailureNumber([&] { Run("DROP TABLE Sample"); }), errnum::kJetReadOnly);
 }
 
+// ---- The statements of the key sets, transfers and drawing pages -------------
+
+// Every row of a query, columns joined by "|", rows by ";"; values as CStr
+// gives them ("Null" for Null, "<n bytes>" for binary).
+std::string AllRows(Database& db, const std::string& sql, std::int32_t type = dao::dbOpenSnapshot,
+                    std::int32_t options = 0) {
+    std::string rows;
+    auto rs = db.OpenRecordset(sql, type, options);
+    for (; !rs->Eof(); rs->MoveNext()) {
+        if (!rows.empty()) rows += ";";
+        for (std::int32_t i = 0; i < rs->Fields().Count(); ++i) {
+            const Variant value = (*rs)[i].Value();
+            rows += (i > 0 ? "|" : "") +
+                    (value.IsNull()     ? std::string("Null")
+                     : value.IsBinary() ? "<" + std::to_string(value.AsBinary().size()) + " bytes>"
+                                        : CStr(value));
+        }
+    }
+    return rows;
+}
+
+const std::string kDel = "\x7f";
+
+// A small project as the transfer code finds it: PROJECT, POINT and SAMPLE
+// with their key sets, the link tables of POINT, and the drawing page tables.
+// All made by Jet SQL.
+class ProjectStatements : public JetStatements {
+protected:
+    void SetUp() override {
+        Run("CREATE TABLE [PROJECT] ([ProjectID] TEXT(20), [Name] TEXT(50), [vORNProjectID] LONG, "
+            "[Started] DATETIME)");
+        Run("INSERT INTO [PROJECT] VALUES ('9', 'Nine', 1, #5/6/2004 10:00:00#)");
+        Run("INSERT INTO [PROJECT] VALUES ('10', '  ', 2, #12/31/1752#)");
+        Run("INSERT INTO [PROJECT] VALUES ('-5', 'O''Brien', 3, #1/1/1753#)");
+        Run("INSERT INTO [PROJECT] VALUES ('1E5', Null, 4, Null)");
+        Run("INSERT INTO [PROJECT] VALUES ('abc', 'Text', 5, #1/1/2000 1:30:00 PM#)");
+        Run("CREATE TABLE [POINT] ([PointID] TEXT(20) NOT NULL, [Elevation] DOUBLE, "
+            "[VornRecID] COUNTER)");
+        Run("CREATE UNIQUE INDEX VORNINDEX ON [POINT] ([PointID]) WITH PRIMARY");
+        for (const char* id : {"10", "9", "-2", "BH1", "1E5", "2.5", "TP3"})
+            Run(std::string("INSERT INTO [POINT] ([PointID]) VALUES ('") + id + "')");
+        Run("UPDATE [POINT] SET [Elevation] = 10.5 WHERE [PointID] = '10'");
+        Run("UPDATE [POINT] SET [Elevation] = 3 WHERE [PointID] = 'bh1'");
+        Run("UPDATE [POINT] SET [Elevation] = -2.25 WHERE [PointID] = '9'");
+        Run("CREATE TABLE [SAMPLE] ([PointID] TEXT(20) NOT NULL, [Depth] DOUBLE NOT NULL, "
+            "[SampleRef] TEXT(20), [Taken] DATETIME, CONSTRAINT VORNINDEX PRIMARY KEY "
+            "([PointID], [Depth]), CONSTRAINT POINTSAMPLE FOREIGN KEY ([PointID]) REFERENCES "
+            "[POINT] ([PointID]) ON UPDATE CASCADE ON DELETE CASCADE)");
+        const char* samples[] = {"'10', 1, 'S1', #5/6/2004 10:00:00#", "'9', 2, 'S2', #5/6/2004#",
+                                 "'9', 5, 'S3', Null",  "'-2', 1, 'S4', Null",
+                                 "'BH1', 1, 'S5', Null", "'1E5', 1, 'S6', Null",
+                                 "'2.5', 3, 'S7', Null"};
+        for (const char* values : samples)
+            Run(std::string("INSERT INTO [SAMPLE] VALUES (") + values + ")");
+
+        Run("CREATE TABLE [" + kDel + "GIDPAGE] ([PageType] SHORT, [PageID] COUNTER CONSTRAINT "
+            "PrimaryKey PRIMARY KEY, [Name] TEXT(255), [Date] DATETIME, [Description] MEMO, "
+            "[Thumbnail] LONGBINARY, [Properties] LONGBINARY)");
+        Run("CREATE TABLE [" + kDel + "GIDLAYER] ([PageID] LONG, [LayerID] COUNTER CONSTRAINT "
+            "PrimaryKey PRIMARY KEY, [Name] TEXT(255), [Date] DATETIME, [Description] TEXT(255), "
+            "[Color] LONG, [Hidden] BIT, [Locked] BIT, [System] BIT)");
+        Run("CREATE TABLE [" + kDel + "GIDENTITY] ([LayerID] LONG, [EntityID] COUNTER CONSTRAINT "
+            "PrimaryKey PRIMARY KEY, [Type] SHORT, [MinX] DOUBLE, [MinY] DOUBLE, [MaxX] DOUBLE, "
+            "[MaxY] DOUBLE, [Coor] LONGBINARY, [Properties] LONGBINARY, [PrivateBlock] TEXT(255), "
+            "[PrintOrder] SHORT, [Opaque] BIT)");
+        Run("INSERT INTO [" + kDel + "GIDPAGE] ([PageType], [Name]) VALUES (1, '>Unnamed<')");
+        Run("INSERT INTO [" + kDel + "GIDPAGE] ([PageType], [Name], [Date]) VALUES (3, 'Plan', "
+            "#5/6/2004#)");
+        Run("INSERT INTO [" + kDel + "GIDPAGE] ([PageType], [Name]) VALUES (2, '')");
+        Run("INSERT INTO [" + kDel + "GIDLAYER] ([PageID], [Name], [Hidden], [Locked], [System]) "
+            "VALUES (2, 'Base', False, False, True)");
+        Run("INSERT INTO [" + kDel + "GIDLAYER] ([PageID], [Name], [Hidden], [Locked], [System]) "
+            "VALUES (2, 'Holes', True, False, False)");
+        Run("INSERT INTO [" + kDel + "GIDENTITY] ([LayerID], [Type], [MinX], [MinY], [MaxX], "
+            "[MaxY], [PrivateBlock], [PrintOrder], [Opaque]) VALUES (2, 7, 0, 0, 1.5, 2.5, 'blk', "
+            "3, True)");
+    }
+};
+
+// Queries on the project file: each with the rows Jet gives.
+TEST_F(ProjectStatements, QueriesOfTheTransferAndKeySetCodeGiveJetsRows) {
+    const std::string page = "[" + kDel + "GIDPAGE]";
+    const std::string layer = "[" + kDel + "GIDLAYER]";
+    const std::string entity = "[" + kDel + "GIDENTITY]";
+    // The key-set ORDER BY: a text key wrapped in the number sort, the leaf descending.
+    const std::string f = "[SAMPLE].[PointID]";
+    const std::string keySort = "IIf(ISNUMERIC(" + f + ")AND " + f + " NOT LIKE '*[de]*',IIf(Val(" +
+                                f + ")< 0,Format(1/Abs(Val(" + f +
+                                ")),' 0000000000.00000'),Format(" + f +
+                                ",'00000000000.00000'))," + f + ")";
+    const std::string id = "[ProjectID]";
+    const std::string selectionSort =
+        "IIf(ISNUMERIC(" + id + ")AND " + id + " NOT LIKE '*[de]*',IIf(Val(" + id +
+        ")< 0,Format(1/Val(" + id + "),'00000000000.00000'),Format(" + id +
+        ",'00000000000.00000'))," + id + ")";
+    struct Case {
+        std::string sql;
+        const char* rows;
+    };
+    const Case cases[] = {
+        // Key sets.
+        {"SELECT [PointID],[Depth] FROM [SAMPLE] ORDER BY " + keySort + ",[SAMPLE].[Depth] DESC",
+         "-2|1;2.5|3;9|5;9|2;10|1;1E5|1;BH1|1"},
+        // Field probes: a count of a field, the names proved by a query without rows.
+        {"SELECT Count(Elevation)  FROM [POINT]", "3"},
+        {"SELECT Count([Taken])  FROM [SAMPLE]", "2"},
+        {"SELECT [Depth] FROM [SAMPLE] WHERE 0=1", ""},
+        // Literals as the codec writes them.
+        {"SELECT [SampleRef] FROM [SAMPLE] WHERE [Taken]=#2004/05/06 10:00:00#", "S1"},
+        {"SELECT [SampleRef] FROM [SAMPLE] WHERE [Taken]=#2004/05/06 00:00:00#", "S2"},
+        {"SELECT [ProjectID] FROM [PROJECT] WHERE [Name]='O''Brien'", "-5"},
+        {"SELECT Count(*) FROM [POINT] WHERE [Elevation]=Null ", "0"},
+        {"SELECT Count(*) FROM [POINT] WHERE [Elevation]<>Null ", "0"},
+        // The page filter.
+        {"SELECT [PageID] FROM " + page +
+             " WHERE ([PageType] IN(1,2)) AND (([Name]='') OR ([Name]='>Unnamed<'))",
+         "1;3"},
+        {"SELECT [PageID],[Name] FROM " + page + " WHERE ([PageType]=3) AND ([Name]='PLAN')",
+         "2|Plan"},
+        // Project selection and identity.
+        {"SELECT Count(*)  FROM [PROJECT]", "5"},
+        {"SELECT [ProjectID],[Name],[vORNProjectID] FROM [PROJECT] ORDER BY " + selectionSort,
+         "-5|O'Brien|3;9|Nine|1;10|  |2;1E5|Null|4;abc|Text|5"},
+        {"SELECT [ProjectID] FROM [PROJECT] WHERE [PROJECT].vORNProjectID=2", "10"},
+        {"SELECT [ProjectID] FROM PROJECT WHERE vORNProjectID=3", "-5"},
+        {"select * from PROJECT ORDER BY vORNProjectID DESC",
+         "abc|Text|5|1/1/2000 1:30:00 PM;1E5|Null|4|Null;-5|O'Brien|3|1/1/1753;10|  |2|12/31/1752;"
+         "9|Nine|1|5/6/2004 10:00:00 AM"},
+        {"SELECT [ProjectID] FROM PROJECT", "9;10;-5;1E5;abc"},
+        {"SELECT Count(*)  FROM [PROJECT] WHERE [ProjectID] = '10'", "1"},
+        {"SELECT vORNProjectID FROM [PROJECT] WHERE [Started] = #1/1/2000 1:30:00 PM#", "5"},
+        {"SELECT vORNProjectID FROM [PROJECT] WHERE [vORNProjectID] = 4", "4"},
+        {"SELECT [ProjectID],[Name],[ProjectID]+','+[Name] FROM PROJECT WHERE vORNProjectID IN "
+         "(1,4)",
+         "9|Nine|9,Nine;1E5|Null|Null"},
+        // Validation of the source.
+        {"SELECT COUNT( [Started] ) FROM [PROJECT] WHERE [Started]  < #1/1/1753# ", "1"},
+        {"SELECT [ProjectID],[vORNProjectID] FROM [PROJECT] WHERE [Started] < #1/1/1753# ",
+         "10|2"},
+        {"SELECT Count(*)  FROM PROJECT WHERE TRIM([Name])<>\"\"", "3"},
+        // Table comparison: the longest text, Null for no rows.
+        {"select max(len([SampleRef])) FROM [SAMPLE]", "2"},
+        {"select max(len([Name])) FROM [PROJECT]", "7"},
+        {"select max(len([Name])) FROM " + layer + " WHERE 1 = 2", "Null"},
+        // Record links: the key joined with "&", numbers and dates as text.
+        {"SELECT Count(*) FROM [SAMPLE] WHERE [PointID] & ',' & [Depth]='9,5'", "1"},
+        {"SELECT Count(*) FROM [SAMPLE] WHERE [PointID] & ',' & [Depth]='2.5,3'", "1"},
+        {"SELECT [PointID] & ',' & [Taken] FROM [SAMPLE] WHERE [Taken] Is Not Null ORDER BY "
+         "[SampleRef]",
+         "10,5/6/2004 10:00:00 AM;9,5/6/2004"},
+        // Drawing pages.
+        {"SELECT [PageID],[Name] FROM " + page, "1|>Unnamed<;2|Plan;3|"},
+        {"SELECT [LayerID],[Name] FROM " + layer + " WHERE [System]=0 AND [PageID] = 2", "2|Holes"},
+        {"SELECT [LayerID],[Hidden],[System] FROM " + layer + " WHERE [PageID] = 2",
+         "1|False|True;2|True|False"},
+        {"SELECT * FROM " + entity + " WHERE LayerID=2",
+         "2|1|7|0|0|1.5|2.5|Null|Null|blk|3|True"},
+        {"SELECT LayerID, Type, MinX, MinY, MaxX, MaxY, Coor, Properties, PrivateBlock, "
+         "PrintOrder, Opaque FROM " +
+             entity + " WHERE LayerID = 2",
+         "2|7|0|0|1.5|2.5|Null|Null|blk|3|True"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(AllRows(db(), c.sql), c.rows) << c.sql;
+}
+
+// The recordset options the callers pass: a dynaset that sees changes, a
+// read-only snapshot, a forward-only reading.
+TEST_F(ProjectStatements, QueriesOpenWithTheOptionsTheCallersPass) {
+    struct Case {
+        const char* sql;
+        std::int32_t type;
+        std::int32_t options;
+        const char* rows;
+    };
+    const Case cases[] = {
+        {"SELECT [PointID] FROM [POINT] WHERE [Elevation] > 0", dao::dbOpenDynaset,
+         dao::dbSeeChanges, "10;BH1"},
+        {"SELECT Count(*) FROM [SAMPLE] WHERE [PointID] & ',' & [Depth]='10,1'",
+         dao::dbOpenSnapshot, dao::dbReadOnly, "1"},
+        {"select max(len([PointID])) FROM [POINT]", dao::dbOpenForwardOnly, dao::dbForwardOnly,
+         "3"},
+        {"SELECT [PointID] FROM [SAMPLE] WHERE 1 = 2 ", dao::dbOpenDynaset, dao::dbAppendOnly, ""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(AllRows(db(), c.sql, c.type, c.options), c.rows) << c.sql;
+}
+
+// A missing table and a missing field fail with the numbers the field probe
+// tells apart.
+TEST_F(ProjectStatements, AProbeOfAMissingTableOrFieldFailsWithItsNumber) {
+    EXPECT_EQ(FailureNumber([&] {
+                  db().OpenRecordset("SELECT [Depth] FROM [NOSUCH] WHERE 0=1", dao::dbOpenDynaset,
+                                     dao::dbSeeChanges);
+              }),
+              errnum::kJetInputTableNotFound);
+    EXPECT_EQ(FailureNumber([&] {
+                  db().OpenRecordset("SELECT [Nosuch] FROM [SAMPLE] WHERE 0=1", dao::dbOpenDynaset,
+                                     dao::dbSeeChanges);
+              }),
+              errnum::kJetTableNotFound);
+    // A "]" in a name is not escaped by the length query: Jet reads a name that ends early.
+    EXPECT_NE(FailureNumber([&] { AllRows(db(), "select max(len([a]b])) FROM [SAMPLE]"); }), 0);
+}
+
+// The link tables: made by SELECT ... INTO, filled through a recordset of
+// "WHERE 1 = 2", copied one into the other by INSERT INTO ... SELECT *.
+TEST_F(ProjectStatements, LinkTablesAreMadeAndFilledAsTheTransferDoes) {
+    const std::string link = "[" + kDel + "POINTLINK]";
+    const std::string link2 = "[" + kDel + "POINTLINKLINK]";
+    Run("SELECT [PointID] INTO " + link + " FROM [POINT]");
+    EXPECT_EQ(db().RecordsAffected(), 7);
+    EXPECT_EQ(Table(kDel + "POINTLINK")->Fields().Item("PointID")->Size(), 20);
+    Run("DELETE FROM " + link);
+    Run("SELECT * INTO " + link2 + " FROM " + link);
+    EXPECT_EQ(Table(kDel + "POINTLINKLINK")->Fields().Count(), 1);
+
+    auto write = db().OpenRecordset("SELECT [PointID] FROM " + link + " WHERE 1 = 2 ",
+                                    dao::dbOpenDynaset);
+    for (const char* id : {"BH1", "TP3"}) {
+        write->AddNew();
+        (*write)[0].SetValue(Variant(id));
+        write->Update();
+    }
+    write->Close();
+    Run("INSERT INTO " + link2 + " SELECT * FROM " + link);
+    EXPECT_EQ(db().RecordsAffected(), 2);
+    EXPECT_EQ(AllRows(db(), "SELECT * FROM " + link2 + " ORDER BY [PointID]"), "BH1;TP3");
+    Run("DROP TABLE " + link2);
+    EXPECT_EQ(FailureNumber([&] { Table(kDel + "POINTLINKLINK"); }), errnum::kJetItemNotFound);
+}
+
+// Rows copied back into a file: an append-only recordset of "WHERE 1 = 2",
+// and the counter of the new row read through LastModified.
+TEST_F(ProjectStatements, RowsAreAddedThroughAnEmptyQueryAndTheirCounterReadBack) {
+    auto rows = db().OpenRecordset("SELECT [PointID],[Depth],[SampleRef],[Taken] FROM [SAMPLE] "
+                                   "WHERE 1 = 2 ",
+                                   dao::dbOpenDynaset, dao::dbAppendOnly);
+    rows->AddNew();
+    (*rows)["PointID"].SetValue(Variant("TP3"));
+    (*rows)["Depth"].SetValue(Variant(0.25));
+    (*rows)["SampleRef"].SetValue(Variant("S8"));
+    (*rows)["Taken"].SetValue(Variant::FromDate(38113.5));  // 5/6/2004 12:00
+    rows->Update();
+    rows->Close();
+    EXPECT_EQ(AllRows(db(), "SELECT [SampleRef],[Taken] FROM [SAMPLE] WHERE [Taken] > "
+                            "#2004/05/06 11:00:00#"),
+              "S8|5/6/2004 12:00:00 PM");
+
+    auto pages = db().OpenRecordset("SELECT * FROM [" + kDel + "GIDPAGE] WHERE 1 = 2 ",
+                                    dao::dbOpenDynaset);
+    pages->AddNew();
+    (*pages)["PageType"].SetValue(Variant(std::int16_t{4}));
+    (*pages)["Name"].SetValue(Variant("Section"));
+    (*pages)["Thumbnail"].SetValue(Variant(Variant::Binary{1, 2, 3}));
+    pages->Update();
+    pages->SetBookmark(pages->LastModified());
+    EXPECT_EQ(CStr((*pages)["PageID"].Value()), "4");
+    pages->Close();
+    EXPECT_EQ(AllRows(db(), "SELECT [Name],[Thumbnail] FROM [" + kDel + "GIDPAGE] WHERE "
+                            "[PageID] = 4"),
+              "Section|<3 bytes>");
+}
+
+// The field changes of the schema code: a type behind the name with its
+// blank, a column dropped.
+TEST_F(ProjectStatements, AColumnChangedToTextKeepsJetsTextOfItsNumbers) {
+    Run("ALTER TABLE [POINT] ALTER COLUMN [Elevation] TEXT (255)");
+    EXPECT_EQ(Table("POINT")->Fields().Item("Elevation")->Type(), dao::dbText);
+    EXPECT_EQ(AllRows(db(), "SELECT [Elevation] FROM [POINT] WHERE [Elevation] Is Not Null "
+                            "ORDER BY [Elevation]"),
+              "-2.25;10.5;3");
+    Run("ALTER TABLE [POINT] ALTER COLUMN [Elevation] DOUBLE");
+    EXPECT_EQ(AllRows(db(), "SELECT Sum([Elevation]) FROM [POINT]"), "11.25");
+    Run("ALTER TABLE [POINT] DROP COLUMN [Elevation]");
+    EXPECT_EQ(Table("POINT")->Fields().Count(), 2);
+}
+
+// A type that keeps the stored class of the old one (integers, reals) still
+// converts each value: a long becomes a currency of the same amount, a yes/no
+// a number -1 or 0, and a value that does not fit fails the change.
+TEST_F(ProjectStatements, ATypeChangeInsideOneStoredClassConvertsTheValues) {
+    struct Case {
+        const char* column;
+        const char* type;
+        const char* rows;  // the values after, or "" when the change fails
+    };
+    const Case cases[] = {
+        {"[L]", " CURRENCY", "1;100000"},
+        {"[L]", " DOUBLE", "1;100000"},
+        {"[L]", " SHORT", ""},
+        {"[L]", " BIT", "True;True"},
+        {"[B]", " LONG", "-1;0"},
+        {"[B]", " CURRENCY", "-1;0"},
+        {"[B]", " SHORT", "-1;0"},
+        {"[C]", " LONG", "2;-2"},
+        {"[C]", " TINYINT", ""},
+        {"[D]", " SINGLE", "2.5;-1.25"},
+    };
+    for (const auto& c : cases) {
+        Run("CREATE TABLE [Kinds] ([L] LONG, [B] BIT, [C] CURRENCY, [D] DOUBLE)");
+        Run("INSERT INTO [Kinds] VALUES (1, True, 2.4, 2.5)");
+        Run("INSERT INTO [Kinds] VALUES (100000, False, -2.4, -1.25)");
+        const std::string alter =
+            std::string("ALTER TABLE [Kinds] ALTER COLUMN ") + c.column + c.type;
+        const std::string read = std::string("SELECT ") + c.column + " FROM [Kinds]";
+        const std::string was = AllRows(db(), read);
+        if (*c.rows == '\0') {
+            EXPECT_EQ(FailureNumber([&] { Run(alter); }), errnum::kJetNumericOverflow) << alter;
+            // The change fails whole: the values stay as they were.
+            EXPECT_EQ(AllRows(db(), read), was) << alter;
+        } else {
+            Run(alter);
+            EXPECT_EQ(AllRows(db(), read), c.rows) << alter;
+        }
+        Run("DROP TABLE [Kinds]");
+    }
+}
+
+// The validation queries on a Jet file: dates before 1753 found, in years
+// of three digits too.
+// The test of a text key for the sort it needs: a dynaset of the key that
+// sees changes, filtered for dates written with "/" and for numbers.
+TEST_F(ProjectStatements, KeyValuesAreTestedForDatesAndNumbersThroughAFilter) {
+    Run("CREATE TABLE [READING] ([Taken] TEXT(20), [Code] TEXT(20), [Num] TEXT(20))");
+    Run("INSERT INTO [READING] VALUES ('1/2/2003', 'ab', '10')");
+    Run("INSERT INTO [READING] VALUES ('12/31/1752 10:00', 'cd', '9.5')");
+    struct Case {
+        const char* field;
+        std::int32_t leftAfterDates;
+        std::int32_t leftAfterNumbers;
+    };
+    const Case cases[] = {{"[Taken]", 0, 0}, {"[Code]", 2, 0}, {"[Num]", 2, 2}};
+    for (const auto& c : cases) {
+        const std::string f = c.field;
+        auto rows = db().OpenRecordset("SELECT " + f + " FROM [READING]", dao::dbOpenDynaset,
+                                       dao::dbSeeChanges);
+        rows->MoveLast();
+        EXPECT_EQ(rows->RecordCount(), 2) << f;
+        rows->SetFilter("Not (IsDate(" + f + ") AND InStr(" + f + ",'/'))");
+        auto rest = rows->OpenRecordset();
+        std::int32_t left = 0;
+        for (; !rest->Eof(); rest->MoveNext()) ++left;
+        EXPECT_EQ(left, c.leftAfterDates) << f;
+        rows->SetFilter("IsNumeric(" + f + ")");
+        rest = rows->OpenRecordset();
+        left = 0;
+        for (; !rest->Eof(); rest->MoveNext()) ++left;
+        EXPECT_EQ(left, c.leftAfterNumbers) << f;
+    }
+    // Every value a date: the key sorts by its date.
+    EXPECT_EQ(AllRows(db(), "SELECT [Code] FROM [READING] ORDER BY Format([Taken],'yyyymmddhhnn')"),
+              "cd;ab");
+}
+
+TEST(JetSourceStatements, ValidationQueriesReadAJetFile) {
+    auto jet = DaoEngine().OpenDatabase(
+        (vorn::testing::SourceDir() / "tests/data/jet/dates.mdb").string(), 0, true);
+    struct Case {
+        const char* sql;
+        const char* rows;
+    };
+    const Case cases[] = {
+        {"SELECT COUNT( [DateTimeCol] ) FROM [DateTest] WHERE [DateTimeCol]  < #1/1/1753# ", "1"},
+        {"SELECT [IDCol] FROM [DateTest] WHERE [DateTimeCol] < #1/1/1753# ", "4"},
+        {"SELECT [IDCol] FROM [DateTest] WHERE [DateCol] < #1/1/1900# ORDER BY [DateCol] DESC",
+         "3;4"},
+        {"SELECT Count(*)  FROM DateTest WHERE TRIM([ShortTextCol])<>\"\"", "6"},
+        {"select max(len([ShortTextCol])) FROM [DateTest]", "30"},
+        {"SELECT [IDCol] FROM [DateTest] WHERE [IDCol] & ',' & [DateCol]='2,1/1/9999'", "2"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(AllRows(*jet, c.sql), c.rows) << c.sql;
+    jet->Close();
+}
+
+// Yes and No are Jet's names of True and False, as the saved queries of a
+// Jet file write them.
+TEST(JetSourceStatements, YesAndNoAreTrueAndFalse) {
+    auto jet = DaoEngine().OpenDatabase(
+        (vorn::testing::SourceDir() / "tests/data/jet/nwind.mdb").string(), 0, true);
+    struct Case {
+        const char* sql;
+        const char* rows;
+    };
+    const Case cases[] = {
+        {"SELECT Count(*) FROM Products WHERE Discontinued = No", "69"},
+        {"SELECT Count(*) FROM Products WHERE Discontinued <> Yes", "69"},
+        {"SELECT Count(*) FROM Products WHERE Discontinued = yes", "8"},
+        {"SELECT Count(*) FROM [Current Product List]", "69"},
+        {"SELECT TOP 1 ProductName FROM [Products by Category] ORDER BY ProductName",
+         "Aniseed Syrup"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(AllRows(*jet, c.sql), c.rows) << c.sql;
+    auto list = jet->OpenRecordset("Current Product List", dao::dbOpenSnapshot);
+    EXPECT_EQ(CStr((*list)["ProductName"].Value()), "Aniseed Syrup");
+    jet->Close();
+}
+
 }  // namespace
 }  // namespace vorn
