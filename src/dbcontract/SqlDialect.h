@@ -189,6 +189,10 @@ class SqlDialect {
                                int style) const = 0;
     virtual std::string ToNumber(const SqlExpr& value, const ServerType& type) const = 0;
     virtual std::string ToDate(const SqlExpr& value) const = 0;
+    // A parameter written to a whole-number column: a fraction it holds is
+    // cut off, as SQL Server converts a float to an integer (the engines
+    // round it).
+    virtual std::string CutFraction(const SqlExpr& parameter) const = 0;
     // A function of SQL Server that engines spell differently: ISNUMERIC,
     // ISDATE, CHARINDEX, SPACE, LEN, LEFT, RIGHT, SUBSTRING, GETDATE,
     // ISNULL, DATALENGTH. nullopt for one the engine cannot give.

@@ -56,6 +56,17 @@ SqlValueKind KindOfDaoType(std::int16_t type) {
     }
 }
 
+bool IsWholeNumberType(std::int16_t type) {
+    return type == dao::dbByte || type == dao::dbInteger || type == dao::dbLong ||
+           type == dao::dbBigInt;
+}
+
+// "@name": the parameters of a row copy. A "?" is left alone, since the
+// rewrite may need to name the value twice.
+bool IsNamedParameter(const SqlExpr& value) {
+    return !value.literal && value.sql.size() > 1 && value.sql.front() == '@';
+}
+
 SqlValueKind FirstKnown(const std::vector<SqlExpr>& values) {
     for (const SqlExpr& value : values) {
         if (value.kind != SqlValueKind::Unknown) return value.kind;
@@ -79,7 +90,10 @@ SqlServerParser::SqlServerParser(SqlDialect& dialect, std::string_view sql, bool
         tokens_ =
             SqlTokenizer(jet ? SqlTokenizerOptions::Jet() : ServerTextOptions()).Tokenize(sql);
     } catch (const VornError& e) {
-        Refuse(e.Description());
+        // Its own full stop would stand before the refusal's.
+        std::string why = e.Description();
+        if (!why.empty() && why.back() == '.') why.pop_back();
+        Refuse(why);
     }
 }
 
@@ -610,6 +624,29 @@ SqlExpr SqlServerParser::Coerced(const SqlExpr& value, SqlValueKind target) cons
     return {dialect_.DateLiteral(*serial), SqlValueKind::Date, true};
 }
 
+// A value as SQL Server stores it in `field`: a date text as a date, a
+// fraction cut off a whole number; a text literal longer than the column
+// is refused, as SQL Server refuses it (the engines would keep it or say it
+// their way). Trailing blanks do not count, as on SQL Server.
+SqlExpr SqlServerParser::Written(const SqlExpr& value, const FieldInfo& field,
+                                 const std::string& table) const {
+    SqlExpr written = Coerced(value, KindOfDaoType(field.type));
+    if (jet_) return written;
+    if (IsNamedParameter(written) && IsWholeNumberType(field.type))
+        written.sql = dialect_.CutFraction(written);
+    const bool sizedText = field.type == dao::dbText || field.type == dao::dbChar;
+    if (sizedText && field.size > 0 && written.literal && written.kind == SqlValueKind::Text) {
+        const std::string_view text = written.text;
+        const std::size_t end = text.find_last_not_of(' ');
+        const std::string_view kept = end == std::string_view::npos ? "" : text.substr(0, end + 1);
+        if (utf8::Length(kept) > field.size) {
+            Refuse("String or binary data would be truncated in table '" + table + "', column '" +
+                   field.name + "'");
+        }
+    }
+    return written;
+}
+
 SqlExpr SqlServerParser::Primary() {
     const SqlToken& token = Peek();
     if (token.IsSymbol("(")) return Parenthesized();
@@ -911,9 +948,8 @@ std::string SqlServerParser::Insert() {
             do {
                 SqlExpr value = Expression();
                 if (info && values.size() < columns.size()) {
-                    if (const FieldInfo* field = FieldOf(*info, columns[values.size()])) {
-                        value = Coerced(value, KindOfDaoType(field->type));
-                    }
+                    if (const FieldInfo* field = FieldOf(*info, columns[values.size()]))
+                        value = Written(value, *field, info->name);
                 }
                 values.push_back(std::move(value));
             } while (AcceptSymbol(","));
@@ -947,7 +983,7 @@ std::string SqlServerParser::Update() {
         SqlExpr value = Expression();
         if (info) {
             if (const FieldInfo* field = FieldOf(*info, column))
-                value = Coerced(value, KindOfDaoType(field->type));
+                value = Written(value, *field, info->name);
         }
         text += (first ? "" : ", ") + dialect_.Quote(column) + " = " + value.sql;
         first = false;

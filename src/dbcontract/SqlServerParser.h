@@ -91,6 +91,7 @@ class SqlServerParser {
     std::vector<SqlExpr> Arguments();
     SqlExpr Combine(const SqlExpr& left, const std::string& op, const SqlExpr& right);
     SqlExpr Coerced(const SqlExpr& value, SqlValueKind target) const;
+    SqlExpr Written(const SqlExpr& value, const FieldInfo& field, const std::string& table) const;
     SqlValueKind KindOfColumn(const std::vector<std::string>& parts) const;
 
     // ---- Data changes ------------------------------------------------------

@@ -166,6 +166,10 @@ inline const std::vector<CorpusStep>& DesignCorpus() {
          "(SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON "
          "[PRIMARY]",
          kRuns, kRuns},
+        // The column that tells projects apart is made required before its
+        // index; the table keeps the index it has.
+        {"ALTER TABLE {q:PROJECT} ALTER COLUMN {q:ProjectName} [nvarchar] (255)  NOT NULL ", kRuns,
+         kRuns},
         {"CREATE UNIQUE  NONCLUSTERED INDEX {q:vORNProject_UID} ON {q:PROJECT} ( {q:ProjectName} "
          "ASC ) WITH "
          "(SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON "
@@ -243,6 +247,44 @@ inline const std::vector<CorpusStep>& DesignCorpus() {
          "[Depth],[PointID]) References [SAMPLE] ([vORNProjectID], [Depth],[PointID]) ON UPDATE "
          "CASCADE  ON DELETE "
          "CASCADE ",
+         kRuns, kRuns},
+        // A table and columns with blanks in their names below POINT; an
+        // ordinary index on a column that is not the point, descending.
+        {"CREATE TABLE {q:SITE VISIT} ( [VornRecID] [int] IDENTITY(1,1) NOT NULL PRIMARY KEY "
+         "NONCLUSTERED ,{q:vORNProjectID} [int] NOT NULL,[PointID][nvarchar] (255)  NOT NULL "
+         ",[Visit Date][datetime]  NOT NULL ,[Crew Size][smallint]  NULL ,[Cost][money]  NULL "
+         ",[Weather][nvarchar] (max)  NULL ,[Dry][bit] DEFAULT ((0))  NOT NULL ) ",
+         kRuns, kRuns},
+        {"CREATE UNIQUE  CLUSTERED INDEX {q:VORNINDEX} ON {q:SITE VISIT} ( vORNProjectID ASC, "
+         "{q:PointID} ASC , {q:Visit Date} ASC )WITH (SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, "
+         "IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON [PRIMARY]",
+         kRuns, kRuns},
+        {"CREATE  NONCLUSTERED INDEX {q:By Cost} ON {q:SITE VISIT} ( {q:Cost} DESC )WITH "
+         "(SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON "
+         "[PRIMARY]",
+         kRuns, kRuns},
+        {"ALTER TABLE [SITE VISIT] WITH CHECK ADD CONSTRAINT [FK_SITEVISIT_POINT] FOREIGN KEY( "
+         "[vORNProjectID], [PointID]) References [POINT] ([vORNProjectID], [PointID]) ON UPDATE "
+         "CASCADE  ON DELETE CASCADE ",
+         kRuns, kRuns},
+        // A key index that is not unique, its name in lower case: clustered
+        // all the same; the table hangs from PROJECT.
+        {"CREATE TABLE {q:INSTALL} ( [VornRecID] [int] IDENTITY(1,1) NOT NULL PRIMARY KEY "
+         "NONCLUSTERED ,{q:vORNProjectID} [int] NOT NULL,[PointID][nvarchar] (255)  NOT NULL "
+         ",[Depth][float]  NULL ,[Kind][nvarchar] (255)  NULL ) ",
+         kRuns, kRuns},
+        {"CREATE  CLUSTERED INDEX {q:vornindex} ON {q:INSTALL} ( vORNProjectID ASC, {q:PointID} "
+         "ASC , {q:Depth} ASC )WITH (SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, IGNORE_DUP_KEY = "
+         "OFF, ONLINE = OFF) ON [PRIMARY]",
+         kRuns, kRuns},
+        {"ALTER TABLE [INSTALL]  WITH CHECK ADD  CONSTRAINT [FK_INSTALL_PROJECT] FOREIGN "
+         "KEY([vORNProjectID]) References [PROJECT]([vORNProjectID]) ON UPDATE CASCADE ON DELETE "
+         "CASCADE",
+         kRuns, kRuns},
+        // A table without VornRecID whose first field is a counter: an
+        // identity that is no key.
+        {"CREATE TABLE {q:ABBR} ( [ID][int] IDENTITY(1,1)  NOT NULL ,[Code][nvarchar] (255)  NOT "
+         "NULL ,[Meaning][nvarchar] (max)  NULL ) ",
          kRuns, kRuns},
         // A type without a mapping, and VornRecID behind another field.
         {"CREATE TABLE {q:ODD} ( [VornRecID] [int] IDENTITY(1,1) NOT NULL PRIMARY KEY NONCLUSTERED "
@@ -330,6 +372,15 @@ inline const std::vector<CorpusStep>& DesignCorpus() {
          "(SORT_IN_TEMPDB = OFF, "
          "DROP_EXISTING = OFF, IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON [PRIMARY]",
          kRuns, kRuns},
+        // Relations between the page tables: no project column, no 127 in
+        // the constraint's name.
+        {"ALTER TABLE [{del}GIDLAYER] WITH CHECK ADD CONSTRAINT [FK_GIDLAYER_GIDPAGE] FOREIGN KEY( "
+         "[PageID]) References [{del}GIDPAGE] ([PageID]) ON UPDATE CASCADE  ON DELETE CASCADE ",
+         kRuns, kRuns},
+        {"ALTER TABLE [{del}GIDENTITY] WITH CHECK ADD CONSTRAINT [FK_GIDENTITY_GIDLAYER] FOREIGN "
+         "KEY( [LayerID]) References [{del}GIDLAYER] ([LayerID]) ON UPDATE CASCADE  ON DELETE "
+         "CASCADE ",
+         kRuns, kRuns},
         // The contaminant work table: a comma before ")" and a wide unique key.
         {"CREATE TABLE [TempTab]([vORNProjectID] [int] NOT NULL DEFAULT ((0)),[PointID] "
          "[nvarchar](255) NOT "
@@ -358,6 +409,10 @@ inline const std::vector<CorpusStep>& DesignCorpus() {
         {"ALTER TABLE {q:SAMPLE} ADD [Colour][nvarchar] (255)  NULL ;", kRuns, kRuns},
         {"ALTER TABLE {q:SAMPLE} ADD {q:Reviewed} [bit] NOT NULL  DEFAULT ((0))", kRuns, kRuns},
         {"ALTER TABLE {q:SAMPLE} ADD {q:Batch} [int] NOT NULL ", kRuns, kRuns},
+        {"ALTER TABLE {q:SAMPLE} ADD [Logged On][datetime]  NULL ;", kRuns, kRuns},
+        {"ALTER TABLE {q:SAMPLE} ADD [Photo][varbinary] (max)  NULL ;", kRuns, kRuns},
+        {"ALTER TABLE {q:SAMPLE} ADD [Grain][????]  NULL ;", Refused("Cannot find data type ????"),
+         Refused("Cannot find data type ????")},
         {"ALTER TABLE {q:SAMPLE} ALTER COLUMN {q:SampleRef} [nvarchar](100) NOT NULL ", kRuns,
          kRuns},
         {"ALTER TABLE [TempTab] DROP CONSTRAINT DV_TEMPTAB_VORNPROJECTID", kRuns, kRuns},
@@ -455,6 +510,15 @@ inline const std::vector<FieldExpectation>& DesignFields() {
         {"\x7fGIDLAYER", "Hidden", dbBoolean, 1, true, false, "0"},
         {"\x7fGIDENTITY", "PrintOrder", dbInteger, 2, false, false, "0"},
         {"\x7fGIDENTITY", "Coor", dbLongBinary, 0, false, false, ""},
+        {"SITE VISIT", "Visit Date", dbDate, 8, true, false, ""},
+        {"SITE VISIT", "Crew Size", dbInteger, 2, false, false, ""},
+        {"SITE VISIT", "Cost", dbCurrency, 8, false, false, ""},
+        {"SITE VISIT", "Weather", dbMemo, 0, false, false, ""},
+        {"SITE VISIT", "Dry", dbBoolean, 1, true, false, "0"},
+        {"ABBR", "ID", dbLong, 4, true, true, ""},
+        {"ABBR", "Code", dbText, 255, true, false, ""},
+        {"SAMPLE", "Logged On", dbDate, 8, false, false, ""},
+        {"SAMPLE", "Photo", dbLongBinary, 0, false, false, ""},
         {"TempTab", "CLEA_GPBY", dbText, 255, false, false, ""},
         // The default went with DROP CONSTRAINT DV_TEMPTAB_VORNPROJECTID.
         {"TempTab", "vORNProjectID", dbLong, 4, true, false, ""},
@@ -490,6 +554,17 @@ inline const std::vector<IndexExpectation>& DesignIndexes() {
          false,
          false,
          {{"vORNProjectID", false}, {"PointID", false}, {"SampleRef", false}}},
+        {"SITE VISIT",
+         "VORNINDEX",
+         false,
+         true,
+         {{"vORNProjectID", false}, {"PointID", false}, {"Visit Date", false}}},
+        {"SITE VISIT", "By Cost", false, false, {{"Cost", true}}},
+        {"INSTALL",
+         "vornindex",
+         false,
+         false,
+         {{"vORNProjectID", false}, {"PointID", false}, {"Depth", false}}},
         {"\x7fGIDPAGE", "PK_GIDPAGE", true, true, {{"PageID", false}}},
         {"\x7fGIDPAGE",
          "TypeAndName",
@@ -542,6 +617,7 @@ inline void ExpectDesign(Database& db) {
     // Nothing of a refused statement was made.
     EXPECT_EQ(db.TableDefs().Find("ODD"), nullptr);
     EXPECT_EQ(db.TableDefs().Find("SAMPLE")->Indexes().Find("ByTaken"), nullptr);
+    EXPECT_EQ(db.TableDefs().Find("SAMPLE")->Fields().Find("Grain"), nullptr);
     // Foreign keys, with their cascades and field pairs in key order.
     struct RelationExpectation {
         const char* name;
@@ -562,6 +638,13 @@ inline void ExpectDesign(Database& db) {
          {{"vORNProjectID", "vORNProjectID"}, {"PointID", "PointID"}, {"Depth", "Depth"}}},
         {"FK_LockData", "WH_Lock", "WH_LockData", {{"LockID", "LockID"}}},
         {"FK_GIDPAGE_PROJECT", "PROJECT", "\x7fGIDPAGE", {{"vORNProjectID", "vORNProjectID"}}},
+        {"FK_SITEVISIT_POINT",
+         "POINT",
+         "SITE VISIT",
+         {{"vORNProjectID", "vORNProjectID"}, {"PointID", "PointID"}}},
+        {"FK_INSTALL_PROJECT", "PROJECT", "INSTALL", {{"vORNProjectID", "vORNProjectID"}}},
+        {"FK_GIDLAYER_GIDPAGE", "\x7fGIDPAGE", "\x7fGIDLAYER", {{"PageID", "PageID"}}},
+        {"FK_GIDENTITY_GIDLAYER", "\x7fGIDLAYER", "\x7fGIDENTITY", {{"LayerID", "LayerID"}}},
     };
     for (const RelationExpectation& e : relations) {
         auto relation = db.Relations().Find(e.name);
@@ -893,6 +976,517 @@ inline void ExpectGisView(DalConnection& cn, const std::string& idaoConnect) {
     EXPECT_FALSE(FailureText([&] { cn.ExecuteLong("SELECT Count(*) FROM vORN_GIS"); }).empty());
 }
 
+// ---- A transfer ------------------------------------------------------------------------
+
+// The values of one row as a statement with parameters takes them:
+// "@param0" to "@param<n-1>".
+inline void ExecuteWithParams(DalConnection& cn, const std::string& sql,
+                              std::vector<Variant> items) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < items.size(); ++i) names.push_back("@param" + std::to_string(i));
+    VArray nameArray = VArray::FromStrings(names);
+    VArray valueArray = VArray::FromItems(std::move(items));
+    cn.ExecuteParams(sql, nameArray, valueArray);
+}
+
+// The values of the current row of `rs` by field name.
+inline Variant FieldValue(Recordset& rs, const char* name) {
+    return rs.Fields().Item(name)->Value();
+}
+
+// The statements the upsize of two projects sends once the design stands,
+// and those of a downsize that reads them back (RunSteps of DesignCorpus
+// first): a project told by its file name, its row and number, rows of
+// every type, the bookkeeping, the unrelated rows, the view by longitude
+// and latitude.
+inline void ExpectTransferStatements(DalConnection& cn, const std::string& idaoConnect) {
+    const auto q = [&](const std::string& sql) {
+        return Expand(sql, [&](const std::string& name) { return cn.QuoteName(name); });
+    };
+    // The identity by file name: a column of its own, required, unique.
+    cn.Execute("DROP INDEX [vORNProject_UID] ON [PROJECT]");
+    cn.Execute(q("ALTER TABLE {q:PROJECT} ADD {q:vORNProjectUniqueID} nvarchar(255) NOT NULL "));
+    cn.Execute(
+        q("CREATE UNIQUE  NONCLUSTERED INDEX {q:vORNProject_UID} ON {q:PROJECT} ( "
+          "{q:vORNProjectUniqueID} ASC ) WITH (SORT_IN_TEMPDB = OFF, DROP_EXISTING = OFF, "
+          "IGNORE_DUP_KEY = OFF, ONLINE = OFF) ON [PRIMARY]"));
+    cn.Execute(
+        "INSERT INTO WH_UpsizeInfo VALUES ('File Name','vORNProjectUniqueID','Project "
+        "Column','Client')");
+
+    // The first project: its row with the identity behind the columns, its
+    // number the row's identity.
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [PROJECT]"), 0);
+    const std::string copyPlus =
+        q("INSERT INTO {q:PROJECT} (vORNProjectID,{q:ProjectName},{q:Client},{q:Started},"
+          "{q:Budget},{q:Notes},{q:vORNProjectUniqueID}) VALUES (@param0,@param1,@param2,"
+          "@param3,@param4,@param5,@param6 )");
+    ExecuteWithParams(
+        cn, copyPlus,
+        {Variant(1), Variant("Harbour"), Variant("Port"), Variant::FromDate(DateSerial(2004, 5, 6)),
+         Variant(Currency::FromScaled(125000)), Variant("deep water"), Variant("site")});
+    EXPECT_EQ(cn.ExecuteLong("select Max(VornRecID) from [PROJECT]"), 1);
+    IdaoEngine idao;
+    {
+        auto db = idao.OpenDatabase("", 0, false, idaoConnect);
+        auto info = db->OpenRecordset("SELECT * FROM WH_UpsizeInfo", 0, 0);
+        ASSERT_EQ(info->Fields().Count(), 4);
+        EXPECT_EQ(info->Fields().Item(0)->Value(), Variant("File Name"));
+        EXPECT_EQ(info->Fields().Item(1)->Value(), Variant("vORNProjectUniqueID"));
+        info->Close();
+        auto row = db->OpenRecordset("SELECT vORNProjectID FROM PROJECT WHERE VornRecID=1",
+                                     dao::dbOpenDynaset, dao::dbSeeChanges);
+        ASSERT_FALSE(row->Eof());
+        row->Edit();
+        row->Fields().Item(0)->SetValue(Variant(1));
+        row->Update();
+        row->Close();
+        db->Close();
+    }
+
+    // Is the project there? By the identity text, and by a column's value
+    // as a literal of its type.
+    const struct {
+        const char* where;
+        std::int32_t count;
+    } lookups[] = {
+        {"[vORNProjectUniqueID] = 'SITE'", 1}, {"[vORNProjectUniqueID] = 'quay'", 0},
+        {"[ProjectName] = 'Harbour'", 1},      {"[Started] = #5/6/2004#", 1},
+        {"[Notes] = 'deep water'", 1},         {"[vORNProjectID] = 1", 1},
+    };
+    for (const auto& lookup : lookups) {
+        EXPECT_EQ(
+            cn.ExecuteLong(std::string("SELECT Count(*)  FROM [PROJECT] WHERE ") + lookup.where),
+            lookup.count)
+            << lookup.where;
+    }
+    EXPECT_EQ(cn.ExecuteLong("SELECT vORNProjectID FROM [PROJECT] WHERE [vORNProjectUniqueID] = "
+                             "'site'"),
+              1);
+
+    // The second project: a row added behind the last with the number 0,
+    // then found by that 0 and given its identity as number.
+    {
+        auto db = idao.OpenDatabase("", 0, false, idaoConnect);
+        auto all = db->OpenRecordset("select * from PROJECT ORDER BY vORNProjectID",
+                                     dao::dbOpenDynaset, dao::dbSeeChanges);
+        all->MoveLast();
+        all->AddNew();
+        all->Fields().Item("ProjectName")->SetValue(Variant("Quay"));
+        all->Fields().Item("Client")->SetValue(Variant::Null());
+        all->Fields().Item("vORNProjectUniqueID")->SetValue(Variant("quay"));
+        all->Fields().Item("vORNProjectID")->SetValue(Variant(0));
+        all->Update();
+        all->Close();
+        auto marked =
+            db->OpenRecordset("SELECT VornRecID,vORNProjectID FROM PROJECT WHERE vORNProjectID=0",
+                              dao::dbOpenDynaset, dao::dbSeeChanges);
+        ASSERT_FALSE(marked->Eof());
+        const Variant number = FieldValue(*marked, "VornRecID");
+        EXPECT_EQ(number, Variant(2));
+        marked->Edit();
+        marked->Fields().Item("vORNProjectID")->SetValue(number);
+        marked->Update();
+        marked->Close();
+        db->Close();
+    }
+    EXPECT_EQ(cn.ExecuteLong("SELECT vORNProjectID FROM [PROJECT] WHERE [vORNProjectUniqueID] = "
+                             "'Quay'"),
+              2);
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [PROJECT] WHERE vORNProjectID=0"), 0);
+    EXPECT_FALSE(FailureText([&] {
+                     ExecuteWithParams(
+                         cn, copyPlus,
+                         {Variant(9), Variant("Other"), Variant::Null(), Variant::Null(),
+                          Variant::Null(), Variant::Null(), Variant("SITE")});
+                 }).empty())
+        << "the identity is unique, ignoring case";
+
+    // Log rows: an operation of the whole width, quotes doubled twice; the
+    // hours after midnight and noon.
+    const auto log = [&](const std::string& operation, const char* when) {
+        cn.Execute(
+            "INSERT INTO WH_UpsizeLog ( ProjectSource, ProjectUniqueID, ProjectDescription, "
+            "ProjectID, UpsizeDate, UserID, Workstation, Operation, Result) VALUES "
+            "('C:\\data\\site.vpj','site','Port',1,'" +
+            std::string(when) + "' ,'ann','pc1','" + operation + "','Start')");
+    };
+    log(std::string(1996, 'o') + "''''", "2026/11/15 12:30:00 AM");
+    log("Copy Data for POINT table", "2026/11/15 12:05:00 PM");
+    EXPECT_EQ(
+        Column(cn, "SELECT UpsizeDate FROM WH_UpsizeLog ORDER BY ID"),
+        (std::vector<Variant>{Variant::FromDate(DateSerial(2026, 11, 15) + TimeSerial(0, 30, 0)),
+                              Variant::FromDate(DateSerial(2026, 11, 15) + TimeSerial(12, 5, 0))}));
+    EXPECT_EQ(Column(cn, "SELECT LEN(Operation) FROM WH_UpsizeLog ORDER BY ID").at(0),
+              Variant(1998));
+    // Cut to its width before the quotes were doubled, it no longer fits:
+    // refused as SQL Server refuses it, which turns the log off.
+    EXPECT_TRUE(Holds(
+        FailureText([&] { log(std::string(1999, 'o') + "''''", "2026/11/15 01:00:00 PM"); }),
+        "String or binary data would be truncated in table 'WH_UpsizeLog', column 'Operation'"));
+    log(std::string(2000, 'o') + "   ", "2026/11/15 01:00:00 PM");
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM WH_UpsizeLog"), 3)
+        << "blanks at the end do not count";
+
+    // The bookkeeping of the second project, then its replacement.
+    cn.Execute("INSERT INTO WH_Tables VALUES (2, 'SITE VISIT' )");
+    cn.Execute("INSERT INTO WH_Tables VALUES (2, 'O''Neil' )");
+    cn.Execute("INSERT INTO WH_TableColumns VALUES (2,'SITE VISIT','1','Visit Date' )");
+    cn.Execute("INSERT INTO WH_TableColumns VALUES (2,'SITE VISIT','2','Crew Size' )");
+    EXPECT_EQ(Column(cn, "SELECT TableName FROM WH_Tables WHERE ProjectID=2 ORDER BY TableName"),
+              (std::vector<Variant>{Variant("O'Neil"), Variant("SITE VISIT")}));
+    cn.Execute("DELETE FROM WH_TableColumns WHERE ProjectID=2");
+    cn.Execute("DELETE FROM WH_Tables WHERE ProjectID=2");
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM WH_Tables"), 0);
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM WH_TableColumns"), 0);
+
+    // Rows of every type, as the row copy converts and binds them: a text
+    // read as a number, a number as text, a blank name quoted.
+    const Variant::Binary photo = {0, 1, 2, 0x7f, 0x80, 0xff};
+    const std::string remarks = "Clay \xc3\xa9 " + std::string(5000, 'x');
+    const std::string pointInsert =
+        q("INSERT INTO {q:POINT} (vORNProjectID,{q:PointID},{q:East},{q:North},{q:Elevation},"
+          "{q:Logged},{q:Photo},{q:Remarks},{q:Visits},{q:Checked}) VALUES (@param0,@param1,"
+          "@param2,@param3,@param4,@param5,@param6,@param7,@param8,@param9 )");
+    ExecuteWithParams(cn, pointInsert,
+                      {Variant(1), Variant("BH1"), Variant(10.5), Variant::Null(), Variant(2.25f),
+                       Variant::FromDate(DateSerial(2004, 5, 6) + TimeSerial(10, 30, 0)),
+                       Variant(photo), Variant(remarks), Variant(12.0), Variant(true)});
+    // The same key again is a bad row; the next row goes in.
+    EXPECT_FALSE(FailureText([&] {
+                     ExecuteWithParams(
+                         cn, pointInsert,
+                         {Variant(1), Variant("bh1"), Variant::Null(), Variant::Null(),
+                          Variant::Null(), Variant::Null(), Variant::Null(), Variant::Null(),
+                          Variant::Null(), Variant(false)});
+                 }).empty());
+    ExecuteWithParams(
+        cn, pointInsert,
+        {Variant(2), Variant(" 12"), Variant(-1.0), Variant(2.0), Variant::Null(), Variant::Null(),
+         Variant::Null(), Variant::Null(), Variant::Null(), Variant(false)});
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [POINT]"), 2);
+    // A required column that the comparison adds to a table with rows: its
+    // default fills them, as on SQL Server.
+    cn.Execute(q("ALTER TABLE {q:POINT} ADD [Surveyed][bit] DEFAULT ((0))  NOT NULL ;"));
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [POINT] WHERE [Surveyed] = 0"), 2);
+    ExecuteWithParams(
+        cn,
+        q("INSERT INTO {q:SITE VISIT} (vORNProjectID,{q:PointID},{q:Visit Date},{q:Crew Size},"
+          "{q:Cost},{q:Weather},{q:Dry}) VALUES (@param0,@param1,@param2,@param3,@param4,@param5,"
+          "@param6 )"),
+        {Variant(1), Variant("BH1"), Variant::FromDate(DateSerial(2004, 5, 7)),
+         Variant(std::int16_t{3}), Variant(Currency::FromScaled(9999)), Variant::Null(),
+         Variant(false)});
+    // A number read from a source text, bound to a whole number column:
+    // the fraction is cut off, as SQL Server converts a float.
+    const std::string sampleInsert =
+        q("INSERT INTO {q:SAMPLE} (vORNProjectID,{q:PointID},{q:Depth},{q:SampleRef},{q:Batch},"
+          "{q:Logged On},{q:Photo}) VALUES (@param0,@param1,@param2,@param3,@param4,@param5,"
+          "@param6 )");
+    const Variant batches[] = {Variant(12.7), Variant(-12.7), Variant("7"),
+                               Variant(std::int16_t{5})};
+    for (std::size_t i = 0; i < std::size(batches); ++i) {
+        ExecuteWithParams(
+            cn, sampleInsert,
+            {Variant(1), Variant("BH1"), Variant(1.5 + static_cast<double>(i)), Variant("S1"),
+             batches[i], Variant::FromDate(DateSerial(2004, 5, 6)), Variant(Variant::Binary{})});
+    }
+    EXPECT_EQ(Column(cn, "SELECT Batch FROM [SAMPLE] ORDER BY Depth"),
+              (std::vector<Variant>{Variant(12), Variant(-12), Variant(7), Variant(5)}));
+
+    // The downsize reads the project back, its types as they were written.
+    {
+        auto db = idao.OpenDatabase("", 0, true, idaoConnect);
+        auto point = db->OpenRecordset(
+            q("SELECT {q:PointID},{q:East},{q:North},{q:Elevation},{q:Logged},{q:Photo},"
+              "{q:Remarks},{q:Visits},{q:Checked} FROM {q:POINT} WHERE {q:vORNProjectID}=1"),
+            dao::dbOpenDynaset, dao::dbReadOnly);
+        ASSERT_FALSE(point->Eof());
+        EXPECT_EQ(FieldValue(*point, "PointID"), Variant("BH1"));
+        EXPECT_EQ(FieldValue(*point, "East"), Variant(10.5));
+        EXPECT_TRUE(FieldValue(*point, "North").IsNull());
+        EXPECT_EQ(FieldValue(*point, "Elevation"), Variant(2.25f));
+        EXPECT_EQ(FieldValue(*point, "Logged"),
+                  Variant::FromDate(DateSerial(2004, 5, 6) + TimeSerial(10, 30, 0)));
+        EXPECT_EQ(FieldValue(*point, "Photo"), Variant(photo));
+        EXPECT_EQ(FieldValue(*point, "Remarks"), Variant(remarks));
+        EXPECT_EQ(FieldValue(*point, "Visits"), Variant(std::int16_t{12}));
+        EXPECT_EQ(FieldValue(*point, "Checked"), Variant(true));
+        point->MoveNext();
+        EXPECT_TRUE(point->Eof());
+        point->Close();
+        auto visit = db->OpenRecordset(
+            q("SELECT {q:PointID},{q:Visit Date},{q:Crew Size},{q:Cost},{q:Weather},{q:Dry} FROM "
+              "{q:SITE VISIT} WHERE {q:vORNProjectID}=1"),
+            dao::dbOpenDynaset, dao::dbReadOnly);
+        ASSERT_FALSE(visit->Eof());
+        EXPECT_EQ(FieldValue(*visit, "Visit Date"), Variant::FromDate(DateSerial(2004, 5, 7)));
+        EXPECT_EQ(FieldValue(*visit, "Crew Size"), Variant(std::int16_t{3}));
+        EXPECT_EQ(FieldValue(*visit, "Cost"), Variant(Currency::FromScaled(9999)));
+        EXPECT_TRUE(FieldValue(*visit, "Weather").IsNull());
+        EXPECT_EQ(FieldValue(*visit, "Dry"), Variant(false));
+        visit->Close();
+        auto project = db->OpenRecordset(
+            q("SELECT {q:ProjectName},{q:Client} FROM {q:PROJECT} WHERE {q:vORNProjectID}=2"),
+            dao::dbOpenDynaset, dao::dbReadOnly);
+        ASSERT_FALSE(project->Eof());
+        EXPECT_EQ(FieldValue(*project, "ProjectName"), Variant("Quay"));
+        EXPECT_TRUE(FieldValue(*project, "Client").IsNull());
+        project->Close();
+        // The key columns for a link table: names bare.
+        auto keys = db->OpenRecordset("SELECT [PointID],[Depth] FROM SAMPLE WHERE vORNProjectID=1",
+                                      dao::dbOpenForwardOnly, dao::dbForwardOnly);
+        double depths = 0;
+        for (; !keys->Eof(); keys->MoveNext()) depths += keys->Fields().Item(1)->Value().AsDouble();
+        EXPECT_EQ(depths, 1.5 + 2.5 + 3.5 + 4.5);
+        keys->Close();
+        db->Close();
+    }
+
+    // The rows of the tables outside the tree go before a project is made
+    // again; the project's rows go with its row.
+    cn.Execute(
+        "INSERT INTO [INSTALL] (vORNProjectID, PointID, Depth, Kind) VALUES (1, 'BH1', 3, "
+        "'piezometer')");
+    cn.Execute(
+        "INSERT INTO [INSTALL] (vORNProjectID, PointID, Depth, Kind) VALUES (1, 'BH1', 3, "
+        "'piezometer')");
+    cn.Execute(
+        "INSERT INTO [INSTALL] (vORNProjectID, PointID, Depth, Kind) VALUES (2, 'BH1', 3, "
+        "'piezometer')");
+    cn.Execute(q("DELETE FROM {q:INSTALL} WHERE {q:vORNProjectID}=1"));
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [INSTALL]"), 1);
+    cn.Execute(q("DELETE FROM {q:PROJECT} WHERE {q:vORNProjectID}=2"));
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [INSTALL]"), 0);
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [POINT]"), 1);
+
+    // The view by longitude and latitude, made again over the one there.
+    cn.Execute(q("ALTER TABLE {q:POINT} ADD [VornCoordinateLatitude][float]  NULL ;"));
+    cn.Execute(q("ALTER TABLE {q:POINT} ADD [VornCoordinateLongitude][float]  NULL ;"));
+    cn.Execute("UPDATE [POINT] SET VornCoordinateLatitude = 51.5, VornCoordinateLongitude = -0.1");
+    const std::string view =
+        q("CREATE VIEW vORN_GIS AS SELECT PROJECT.{q:vORNProjectUniqueID} + ':' + POINT.PointID "
+          "AS PointLabel,  {q:POINT}.VornRecID AS ObjectID, {q:POINT}.{q:VornCoordinateLongitude} "
+          "AS X,  {q:POINT}.{q:VornCoordinateLatitude} AS Y,  POINT.vORNProjectID, POINT.PointID, "
+          "[PROJECT].{q:vORNProjectUniqueID} AS vORNUniqueID,  0 AS vORNCoordSystemType FROM "
+          "POINT LEFT OUTER JOIN PROJECT ON POINT.vORNProjectID=PROJECT.vORNProjectID");
+    cn.Execute(view);
+    {
+        auto db = idao.OpenDatabase("", 0, true, idaoConnect);
+        db->OpenRecordset("SELECT * FROM vORN_GIS", 0, 0)->Close();
+        db->Close();
+    }
+    cn.Execute("DROP VIEW vORN_GIS");
+    cn.Execute(view);
+    auto db = idao.OpenDatabase("", 0, true, idaoConnect);
+    auto gis = db->OpenRecordset("SELECT * FROM vORN_GIS", 0, 0);
+    ASSERT_FALSE(gis->Eof());
+    EXPECT_EQ(FieldValue(*gis, "PointLabel"), Variant("site:BH1"));
+    EXPECT_EQ(FieldValue(*gis, "X"), Variant(-0.1));
+    EXPECT_EQ(FieldValue(*gis, "Y"), Variant(51.5));
+    EXPECT_EQ(FieldValue(*gis, "vORNUniqueID"), Variant("site"));
+    EXPECT_EQ(CLng(FieldValue(*gis, "vORNCoordSystemType")), 0);
+    gis->Close();
+    db->Close();
+}
+
+// The pages of a project: rows written with only the values that are not
+// Null, ids found again by Max, entities with and without their binary
+// columns; read back as the downsize reads them (RunSteps of DesignCorpus
+// first).
+inline void ExpectPageStatements(DalConnection& cn, const std::string& idaoConnect) {
+    cn.Execute("INSERT INTO [PROJECT] (vORNProjectID, ProjectName) VALUES (1, 'Harbour')");
+    const std::string page = cn.QuoteName("\x7fGIDPAGE");
+    const std::string layer = cn.QuoteName("\x7fGIDLAYER");
+    const Variant::Binary thumbnail = {0x89, 'P', 'N', 'G', 0, 0xff};
+    const double drawn = DateSerial(2004, 5, 6) + TimeSerial(9, 15, 0);
+    cn.InsertRow("\x7fGIDPAGE",
+                 VArray::FromStrings({"vORNProjectID", "PageType", "Name", "Date", "Description",
+                                      "Thumbnail", "Properties"}),
+                 VArray::FromItems({Variant(1), Variant(std::int16_t{2}), Variant("Plan"),
+                                    Variant::FromDate(drawn), Variant(std::string(3000, 'd')),
+                                    Variant(thumbnail), Variant(Variant::Binary{1, 2, 3})}));
+    cn.InsertRow("\x7fGIDPAGE", VArray::FromStrings({"vORNProjectID", "PageType"}),
+                 VArray::FromItems({Variant(1), Variant::Null()}));
+    EXPECT_EQ(cn.ExecuteLong("SELECT Max(PageID) FROM " + page), 2);
+    const VArray layerColumns = VArray::FromStrings(
+        {"PageID", "Name", "Date", "Description", "Color", "Hidden", "Locked", "System"});
+    cn.InsertRow(
+        "\x7fGIDLAYER", layerColumns,
+        VArray::FromItems({Variant(1), Variant("Layer 0"), Variant::Null(), Variant::Null(),
+                           Variant::Null(), Variant(false), Variant(true), Variant(true)}));
+    cn.InsertRow(
+        "\x7fGIDLAYER", layerColumns,
+        VArray::FromItems({Variant(1), Variant("Walls"), Variant::FromDate(drawn), Variant("w"),
+                           Variant(255), Variant(true), Variant(false), Variant(false)}));
+    EXPECT_EQ(cn.ExecuteLong("SELECT Max(LayerID) FROM " + layer), 2);
+    // An entity with both binary columns (eleven values), and one of the
+    // older format without them (nine, PrintOrder Null, Opaque false).
+    const Variant::Binary coor(4096, 0x5a);
+    ExecuteWithParams(cn,
+                      "INSERT INTO [\x7fGIDENTITY] ( LayerID, Type, MinX, MinY, MaxX, MaxY , Coor, "
+                      "Properties, PrivateBlock, PrintOrder, Opaque ) VALUES ( @param0, @param1, "
+                      "@param2, @param3, @param4, @param5, @param6, @param7, @param8, @param9, "
+                      "@param10 )",
+                      {Variant(2), Variant(std::int16_t{4}), Variant(0.0), Variant(-1.5),
+                       Variant(100.25), Variant(7.0), Variant(coor), Variant(Variant::Binary{9}),
+                       Variant::Null(), Variant(std::int16_t{3}), Variant(true)});
+    ExecuteWithParams(
+        cn,
+        "INSERT INTO [\x7fGIDENTITY] ( LayerID, Type, MinX, MinY, MaxX, MaxY , "
+        "PrivateBlock, PrintOrder, Opaque ) VALUES ( @param0, @param1, @param2, "
+        "@param3, @param4, @param5, @param6, @param7, @param8 )",
+        {Variant(2), Variant(std::int16_t{1}), Variant(1.0), Variant(1.0), Variant(2.0),
+         Variant(2.0), Variant("blk"), Variant::Null(), Variant(false)});
+
+    const auto q = [&](const std::string& sql) {
+        return Expand(sql, [&](const std::string& name) { return cn.QuoteName(name); });
+    };
+    IdaoEngine idao;
+    auto db = idao.OpenDatabase("", 0, true, idaoConnect);
+    auto pages = db->OpenRecordset(
+        q("SELECT {q:PageType},{q:PageID},{q:Name},{q:Date},{q:Description},{q:Thumbnail},"
+          "{q:Properties} FROM ") +
+            page + q(" WHERE {q:vORNProjectID}=1 ORDER BY {q:PageID}"),
+        0, 0);
+    ASSERT_FALSE(pages->Eof());
+    EXPECT_EQ(FieldValue(*pages, "PageType"), Variant(std::int16_t{2}));
+    EXPECT_EQ(FieldValue(*pages, "Date"), Variant::FromDate(drawn));
+    EXPECT_EQ(FieldValue(*pages, "Description"), Variant(std::string(3000, 'd')));
+    EXPECT_EQ(FieldValue(*pages, "Thumbnail"), Variant(thumbnail));
+    pages->MoveNext();
+    ASSERT_FALSE(pages->Eof());
+    EXPECT_TRUE(FieldValue(*pages, "PageType").IsNull());
+    EXPECT_TRUE(FieldValue(*pages, "Name").IsNull());
+    EXPECT_TRUE(FieldValue(*pages, "Thumbnail").IsNull());
+    pages->Close();
+    auto layers = db->OpenRecordset(
+        q("SELECT {q:PageID},{q:LayerID},{q:Name},{q:Date},{q:Description},{q:Color},{q:Hidden},"
+          "{q:Locked},{q:System} FROM ") +
+            layer + q(" WHERE {q:PageID}=1 ORDER BY {q:LayerID}"),
+        0, 0);
+    ASSERT_FALSE(layers->Eof());
+    EXPECT_EQ(FieldValue(*layers, "System"), Variant(true));
+    EXPECT_EQ(FieldValue(*layers, "Hidden"), Variant(false));
+    EXPECT_TRUE(FieldValue(*layers, "Color").IsNull());
+    layers->MoveNext();
+    EXPECT_EQ(FieldValue(*layers, "Color"), Variant(255));
+    EXPECT_EQ(FieldValue(*layers, "Date"), Variant::FromDate(drawn));
+    layers->Close();
+    auto entities = db->OpenRecordset(
+        q("SELECT {q:LayerID},{q:EntityID},{q:Type},{q:MinX},{q:MinY},{q:MaxX},{q:MaxY},{q:Coor},"
+          "{q:Properties},{q:PrivateBlock},{q:PrintOrder},{q:Opaque} FROM ") +
+            cn.QuoteName("\x7fGIDENTITY") + q(" WHERE {q:LayerID}=2 ORDER BY {q:EntityID}"),
+        0, 0);
+    ASSERT_FALSE(entities->Eof());
+    EXPECT_EQ(FieldValue(*entities, "Coor"), Variant(coor));
+    EXPECT_EQ(FieldValue(*entities, "MaxX"), Variant(100.25));
+    EXPECT_EQ(FieldValue(*entities, "PrintOrder"), Variant(std::int16_t{3}));
+    EXPECT_EQ(FieldValue(*entities, "Opaque"), Variant(true));
+    entities->MoveNext();
+    ASSERT_FALSE(entities->Eof());
+    EXPECT_TRUE(FieldValue(*entities, "Coor").IsNull());
+    EXPECT_TRUE(FieldValue(*entities, "PrintOrder").IsNull());
+    EXPECT_EQ(FieldValue(*entities, "Opaque"), Variant(false));
+    entities->Close();
+    db->Close();
+    // The pages go with their project, down to the entities.
+    cn.Execute("DELETE FROM PROJECT WHERE vORNProjectID=1");
+    EXPECT_EQ(cn.ExecuteLong("SELECT Count(*)  FROM [\x7fGIDENTITY]"), 0);
+}
+
+// The lock statements of four owners, each answered as the lock questions
+// read it, then every way of taking the locks away (RunSteps of
+// DesignCorpus first). Text values come quoted twice.
+inline void ExpectLockStatements(DalConnection& cn) {
+    const struct {
+        const char* user;
+        const char* computer;
+        int process;
+    } owners[] = {{"ann", "pc1", 42}, {"bob", "pc2", 7}, {"ann", "pc3", 8}, {"cy", "pc4", 42}};
+    for (const auto& owner : owners) {
+        const std::string who = std::string("UserName='") + owner.user + "' AND Computer='" +
+                                owner.computer + "' AND ProcessID=" + std::to_string(owner.process);
+        EXPECT_EQ(cn.ExecuteLong("SELECT MAX(LockID) FROM WH_Lock WHERE " + who), 0);
+        cn.Execute(std::string("INSERT INTO WH_Lock ( UserName,Computer,ProcessID,LockDate ) "
+                               "VALUES ('") +
+                   owner.user + "','" + owner.computer + "'," + std::to_string(owner.process) +
+                   ",'2026/11/15 01:00:00 PM' )");
+    }
+    const auto lock = [&](int owner, const std::string& table, int project,
+                          const std::string& key) {
+        cn.Execute("INSERT INTO WH_LockData ( LockID,TableName,vORNProjectID,SetKey ) VALUES (" +
+                   std::to_string(owner) + ",'" + table + "' ," + std::to_string(project) + ", '" +
+                   key + "')");
+    };
+    const auto count = [&](const std::string& sql) { return cn.ExecuteLong(sql); };
+    // The database lock of owner 1, twice: the key refuses the second.
+    lock(1, "WH_Lock", 0, "WH_LockData");
+    EXPECT_FALSE(FailureText([&] { lock(1, "WH_Lock", 0, "WH_LockData"); }).empty());
+    lock(2, "", 1, "");                  // a project lock
+    lock(2, "POINT", 1, "");             // a table lock
+    lock(3, "SAMPLE", 1, "BH1''''1.5");  // a recordset lock, a quote in the key
+    lock(4, "SAMPLE", 2, "BH2");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_Lock WHERE LockID<>1"), 3);
+    const DalSortedList others =
+        cn.QueryPairs("SELECT Computer,UserName FROM WH_Lock WHERE LockID<>1");
+    ASSERT_EQ(others.Count(), 3);
+    EXPECT_EQ(others.GetKey(0), Variant("pc2"));
+    EXPECT_EQ(others.GetByIndex(0), Variant("bob"));
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE vORNProjectID=1 AND LockID<>2"), 1);
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE TableName='sample'"), 2);
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE TableName='POINT' AND "
+                    "vORNProjectID=1 AND SetKey='' AND LockID<>1"),
+              1)
+        << "a table lock has the empty key";
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE TableName='' AND vORNProjectID=1 "
+                    "AND SetKey='' AND LockID<>1"),
+              1)
+        << "a project lock has the empty table";
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE TableName='SAMPLE' AND "
+                    "vORNProjectID=1 AND SetKey='' AND LockID<>1"),
+              0)
+        << "a recordset lock is no table lock";
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE TableName='SAMPLE' AND "
+                    "vORNProjectID=1 AND SetKey='BH1''''1.5' AND LockID<>1"),
+              1);
+    const DalSortedList holder = cn.QueryPairs(
+        "SELECT Computer,UserName FROM WH_Lock WHERE LockID IN ( SELECT DISTINCT LockID FROM "
+        "WH_LockData WHERE TableName='SAMPLE' AND vORNProjectID=1 AND SetKey='BH1''''1.5' ) ");
+    ASSERT_EQ(holder.Count(), 1);
+    EXPECT_EQ(holder.GetKey(0), Variant("pc3"));
+
+    // Taking them away.
+    cn.Execute(
+        "DELETE FROM WH_LockData WHERE LockID=3 AND TableName='SAMPLE' AND vORNProjectID=1 AND "
+        "SetKey='BH1''''1.5'");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE LockID=3"), 0);
+    lock(2, "POINT", 2, "");
+    cn.Execute("DELETE FROM WH_LockData WHERE LockID=2 AND TableName='POINT' AND vORNProjectID=1");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE LockID=2"), 2);
+    cn.Execute("DELETE FROM WH_LockData WHERE LockID=2 AND TableName='POINT'");
+    cn.Execute("DELETE FROM WH_LockData WHERE LockID=2 AND vORNProjectID=1");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE LockID=2"), 0);
+    cn.Execute(
+        "DELETE FROM WH_LockData WHERE LockID IN ( SELECT LockID FROM WH_Lock WHERE "
+        "Computer='PC1' )");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData WHERE LockID=1"), 0);
+    cn.Execute("DELETE FROM WH_Lock WHERE Computer='pc2' AND LockID <> 1");
+    cn.Execute(
+        "DELETE FROM WH_LockData WHERE LockID IN ( SELECT LockID FROM WH_Lock WHERE "
+        "UserName='ann' )");
+    cn.Execute("DELETE FROM WH_Lock WHERE UserName='ann' AND LockID <> 1");
+    EXPECT_EQ(Column(cn, "SELECT LockID FROM WH_Lock ORDER BY LockID"),
+              (std::vector<Variant>{Variant(1), Variant(4)}));
+    cn.Execute(
+        "DELETE FROM WH_LockData WHERE LockID IN ( SELECT LockID FROM WH_Lock WHERE "
+        "ProcessID=42 )");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_LockData"), 0);
+    cn.Execute("DELETE FROM WH_Lock WHERE ProcessID=42");
+    cn.Execute("DELETE FROM WH_Lock WHERE LockID=1");
+    EXPECT_EQ(count("SELECT Count(*)  FROM WH_Lock"), 0);
+}
+
 // ---- The enterprise database as a Database --------------------------------------------
 
 // One small project, in the enterprise database through its connection
@@ -1036,6 +1630,12 @@ inline void ExpectNotUnderstoodRefusedWhole(DalConnection& cn, Engine engine) {
         {"SELECT [Logged] + 1 FROM [POINT]", "arithmetic on dates"},
         {"SELECT CONVERT(CHAR(10), [Logged], 103) FROM [POINT]", "style 103"},
         {"  ", "the statement is empty"},
+        // Identity texts with a quote, which the upsize does not double.
+        {"INSERT INTO WH_UpsizeInfo VALUES ('Project Column','O'Neil','Project "
+         "Column','Client')",
+         "unterminated string"},
+        {"SELECT Count(*)  FROM [PROJECT] WHERE [vORNProjectUniqueID] = 'O'Neil'",
+         "unterminated string"},
     };
     for (const auto& [sql, why] : cases) {
         const std::string failure = FailureText([&] { cn.Execute(sql); });

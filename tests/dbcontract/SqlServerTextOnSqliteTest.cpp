@@ -65,6 +65,18 @@ TEST_F(SqlServerTextOnSqlite, StatementsNotUnderstoodAreRefusedWhole) {
 
 TEST_F(SqlServerTextOnSqlite, GisViewHasItsColumns) { testing::ExpectGisView(cn, idaoConnect); }
 
+TEST_F(SqlServerTextOnSqlite, TransferStatementsMeanWhatTheyMeanOnSqlServer) {
+    testing::ExpectTransferStatements(cn, idaoConnect);
+}
+
+TEST_F(SqlServerTextOnSqlite, PageStatementsKeepTheirValues) {
+    testing::ExpectPageStatements(cn, idaoConnect);
+}
+
+TEST_F(SqlServerTextOnSqlite, LockStatementsAnswerAsOnSqlServer) {
+    testing::ExpectLockStatements(cn);
+}
+
 // Another program reading the file sees the server types and the key
 // indexes, each VORNINDEX under a name of its own table.
 TEST_F(SqlServerTextOnSqlite, FileKeepsServerTypesAndTableScopedIndexNames) {
@@ -74,7 +86,8 @@ TEST_F(SqlServerTextOnSqlite, FileKeepsServerTypesAndTableScopedIndexNames) {
     EXPECT_EQ(
         Plain("SELECT name FROM sqlite_master WHERE type = 'index' AND name LIKE '%VORNINDEX' "
               "ORDER BY name"),
-        (std::vector<std::string>{"LOOKUP.VORNINDEX", "POINT.VORNINDEX", "SAMPLE.VORNINDEX"}));
+        (std::vector<std::string>{"INSTALL.vornindex", "LOOKUP.VORNINDEX", "POINT.VORNINDEX",
+                                  "SAMPLE.VORNINDEX", "SITE VISIT.VORNINDEX"}));
     EXPECT_EQ(Plain("SELECT type FROM pragma_table_info('WH_Lock') WHERE name = 'LockID'"),
               std::vector<std::string>{"INTEGER"});
 }

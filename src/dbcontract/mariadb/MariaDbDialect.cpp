@@ -406,6 +406,10 @@ std::string MariaDbDialect::ToNumber(const SqlExpr& value, const ServerType& typ
     }
 }
 
+std::string MariaDbDialect::CutFraction(const SqlExpr& parameter) const {
+    return "TRUNCATE(" + parameter.sql + ", 0)";
+}
+
 std::string MariaDbDialect::ToDate(const SqlExpr& value) const {
     if (value.kind == SqlValueKind::Date) return value.sql;
     return "CAST(" + value.sql + " AS DATETIME)";

@@ -60,6 +60,7 @@ class MariaDbDialect final : public SqlDialect {
                        int style) const override;
     std::string ToNumber(const SqlExpr& value, const ServerType& type) const override;
     std::string ToDate(const SqlExpr& value) const override;
+    std::string CutFraction(const SqlExpr& parameter) const override;
     std::optional<std::string> Function(std::string_view upperName,
                                         const std::vector<SqlExpr>& args) const override;
     std::string LikePattern(const SqlExpr& pattern) const override;

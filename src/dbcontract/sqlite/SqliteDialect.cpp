@@ -479,6 +479,13 @@ std::string SqliteDialect::ToNumber(const SqlExpr& value, const ServerType& type
     }
 }
 
+// Only a REAL is cut: a text or a whole number is stored as before. A
+// named parameter binds one value however often it stands.
+std::string SqliteDialect::CutFraction(const SqlExpr& parameter) const {
+    return "(CASE WHEN typeof(" + parameter.sql + ") = 'real' THEN CAST(" + parameter.sql +
+           " AS INTEGER) ELSE " + parameter.sql + " END)";
+}
+
 std::string SqliteDialect::ToDate(const SqlExpr& value) const {
     if (value.kind == SqlValueKind::Date) return value.sql;
     return "vorn_cdate(" + value.sql + ")";

@@ -65,6 +65,18 @@ TEST_F(SqlServerTextOnMariaDb, StatementsNotUnderstoodAreRefusedWhole) {
 
 TEST_F(SqlServerTextOnMariaDb, GisViewHasItsColumns) { testing::ExpectGisView(cn, idaoConnect); }
 
+TEST_F(SqlServerTextOnMariaDb, TransferStatementsMeanWhatTheyMeanOnSqlServer) {
+    testing::ExpectTransferStatements(cn, idaoConnect);
+}
+
+TEST_F(SqlServerTextOnMariaDb, PageStatementsKeepTheirValues) {
+    testing::ExpectPageStatements(cn, idaoConnect);
+}
+
+TEST_F(SqlServerTextOnMariaDb, LockStatementsAnswerAsOnSqlServer) {
+    testing::ExpectLockStatements(cn);
+}
+
 // real is the 4-byte single and float the 8-byte double, the reverse of this
 // server's words; money is exact.
 TEST_F(SqlServerTextOnMariaDb, NumbersKeepTheirSizeAndExactness) {
