@@ -662,8 +662,6 @@ TEST_F(ProjectStatements, ATypeChangeInsideOneStoredClassConvertsTheValues) {
     }
 }
 
-// The validation queries on a Jet file: dates before 1753 found, in years
-// of three digits too.
 // The test of a text key for the sort it needs: a dynaset of the key that
 // sees changes, filtered for dates written with "/" and for numbers.
 TEST_F(ProjectStatements, KeyValuesAreTestedForDatesAndNumbersThroughAFilter) {
@@ -682,30 +680,37 @@ TEST_F(ProjectStatements, KeyValuesAreTestedForDatesAndNumbersThroughAFilter) {
                                        dao::dbSeeChanges);
         rows->MoveLast();
         EXPECT_EQ(rows->RecordCount(), 2) << f;
-        rows->SetFilter("Not (IsDate(" + f + ") AND InStr(" + f + ",'/'))");
-        auto rest = rows->OpenRecordset();
-        std::int32_t left = 0;
-        for (; !rest->Eof(); rest->MoveNext()) ++left;
-        EXPECT_EQ(left, c.leftAfterDates) << f;
-        rows->SetFilter("IsNumeric(" + f + ")");
-        rest = rows->OpenRecordset();
-        left = 0;
-        for (; !rest->Eof(); rest->MoveNext()) ++left;
-        EXPECT_EQ(left, c.leftAfterNumbers) << f;
+        const auto left = [&](const std::string& filter) {
+            rows->SetFilter(filter);
+            auto rest = rows->OpenRecordset();
+            std::int32_t count = 0;
+            for (; !rest->Eof(); rest->MoveNext()) ++count;
+            return count;
+        };
+        EXPECT_EQ(left("Not (IsDate(" + f + ") AND InStr(" + f + ",'/'))"), c.leftAfterDates) << f;
+        EXPECT_EQ(left("IsNumeric(" + f + ")"), c.leftAfterNumbers) << f;
     }
     // Every value a date: the key sorts by its date.
     EXPECT_EQ(AllRows(db(), "SELECT [Code] FROM [READING] ORDER BY Format([Taken],'yyyymmddhhnn')"),
               "cd;ab");
 }
 
+struct QueryRows {
+    const char* sql;
+    const char* rows;
+};
+
+// Runs each query on a Jet fixture and compares all its rows.
+void ExpectRowsOfJetFile(const char* fixture, const std::vector<QueryRows>& cases) {
+    auto jet = DaoEngine().OpenDatabase((vorn::testing::SourceDir() / "tests/data/jet" / fixture).string(), 0, true);
+    for (const auto& c : cases) EXPECT_EQ(AllRows(*jet, c.sql), c.rows) << c.sql;
+    jet->Close();
+}
+
+// The validation queries on a Jet file: dates before 1753 found, in years
+// of three digits too.
 TEST(JetSourceStatements, ValidationQueriesReadAJetFile) {
-    auto jet = DaoEngine().OpenDatabase(
-        (vorn::testing::SourceDir() / "tests/data/jet/dates.mdb").string(), 0, true);
-    struct Case {
-        const char* sql;
-        const char* rows;
-    };
-    const Case cases[] = {
+    ExpectRowsOfJetFile("dates.mdb", {
         {"SELECT COUNT( [DateTimeCol] ) FROM [DateTest] WHERE [DateTimeCol]  < #1/1/1753# ", "1"},
         {"SELECT [IDCol] FROM [DateTest] WHERE [DateTimeCol] < #1/1/1753# ", "4"},
         {"SELECT [IDCol] FROM [DateTest] WHERE [DateCol] < #1/1/1900# ORDER BY [DateCol] DESC",
@@ -713,32 +718,21 @@ TEST(JetSourceStatements, ValidationQueriesReadAJetFile) {
         {"SELECT Count(*)  FROM DateTest WHERE TRIM([ShortTextCol])<>\"\"", "6"},
         {"select max(len([ShortTextCol])) FROM [DateTest]", "30"},
         {"SELECT [IDCol] FROM [DateTest] WHERE [IDCol] & ',' & [DateCol]='2,1/1/9999'", "2"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(AllRows(*jet, c.sql), c.rows) << c.sql;
-    jet->Close();
+    });
 }
 
 // Yes and No are Jet's names of True and False, as the saved queries of a
 // Jet file write them.
 TEST(JetSourceStatements, YesAndNoAreTrueAndFalse) {
-    auto jet = DaoEngine().OpenDatabase(
-        (vorn::testing::SourceDir() / "tests/data/jet/nwind.mdb").string(), 0, true);
-    struct Case {
-        const char* sql;
-        const char* rows;
-    };
-    const Case cases[] = {
+    ExpectRowsOfJetFile("nwind.mdb", {
         {"SELECT Count(*) FROM Products WHERE Discontinued = No", "69"},
         {"SELECT Count(*) FROM Products WHERE Discontinued <> Yes", "69"},
         {"SELECT Count(*) FROM Products WHERE Discontinued = yes", "8"},
         {"SELECT Count(*) FROM [Current Product List]", "69"},
         {"SELECT TOP 1 ProductName FROM [Products by Category] ORDER BY ProductName",
          "Aniseed Syrup"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(AllRows(*jet, c.sql), c.rows) << c.sql;
-    auto list = jet->OpenRecordset("Current Product List", dao::dbOpenSnapshot);
-    EXPECT_EQ(CStr((*list)["ProductName"].Value()), "Aniseed Syrup");
-    jet->Close();
+        {"SELECT TOP 1 ProductName FROM [Current Product List] ORDER BY ProductName", "Aniseed Syrup"},
+    });
 }
 
 }  // namespace
