@@ -19,7 +19,13 @@ void TerminalProgressDisplay::Show(std::string_view title) {
     title_ = title;
     if (isTerminal_ && !interrupt_) interrupt_.emplace(fileno(out_));
     lastPlainTenth_ = -1;
-    if (!isTerminal_) PlainLine(title_);
+    if (!isTerminal_) {
+        // Texts set before the display opened follow its title, as a window
+        // shows them under its caption.
+        PlainLine(title_);
+        if (label1Visible_ && !text1_.empty()) PlainLine(text1_);
+        if (label2Visible_ && !text2_.empty()) PlainLine("  " + text2_);
+    }
     Redraw();
 }
 
@@ -61,14 +67,14 @@ void TerminalProgressDisplay::ProgressBarVisible(bool visible) {
 void TerminalProgressDisplay::ProgressText(std::string_view text) {
     if (text == text1_) return;
     text1_ = text;
-    if (!isTerminal_ && label1Visible_ && !text1_.empty()) PlainLine(text1_);
+    if (!isTerminal_ && shown_ && label1Visible_ && !text1_.empty()) PlainLine(text1_);
     Redraw();
 }
 
 void TerminalProgressDisplay::ProgressText2(std::string_view text) {
     if (text == text2_) return;
     text2_ = text;
-    if (!isTerminal_ && label2Visible_ && !text2_.empty()) PlainLine("  " + text2_);
+    if (!isTerminal_ && shown_ && label2Visible_ && !text2_.empty()) PlainLine("  " + text2_);
     Redraw();
 }
 

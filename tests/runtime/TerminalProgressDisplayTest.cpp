@@ -250,5 +250,25 @@ TEST(TerminalProgressDisplay, IntoAFileWritesPlainLinesAtEachTenthAndEachText) {
               "Copying: 90%\nCopying: 100%\n");
 }
 
+TEST(TerminalProgressDisplay, IntoAFileTextsSetBeforeShowFollowTheTitle) {
+    const testing::TempFolder folder;
+    const auto path = folder / "progress.log";
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    {
+        // The progress interface sets the first line (its label) before it
+        // opens the display.
+        TerminalProgressDisplay display(file);
+        display.ProgressLabel(true);
+        display.ProgressText("Working");
+        display.ProgressText2("step 1");
+        display.Show("Upsize");
+        display.ProgressText("Table POINT");
+        display.Close();
+    }
+    std::fclose(file);
+    EXPECT_EQ(testing::ReadFile(path), "Upsize\nWorking\n  step 1\nTable POINT\n");
+}
+
 }  // namespace
 }  // namespace vorn
