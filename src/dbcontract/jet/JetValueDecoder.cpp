@@ -7,6 +7,7 @@
 
 #include "dbcontract/DaoConstants.h"
 #include "runtime/Currency.h"
+#include "runtime/DateSerial.h"
 #include "runtime/Utf8.h"
 
 namespace vorn {
@@ -60,7 +61,12 @@ std::optional<Variant> JetValueDecoder::Decode(JetType type, std::span<const std
     case JetType::kSingle: return Variant(FromBits<float>(bytes));
     case JetType::kDouble: return Variant(FromBits<double>(bytes));
     // Jet counts dates as days from 1899-12-30, the runtime's own serials.
-    case JetType::kDateTime: return Variant::FromDate(FromBits<double>(bytes));
+    // Anything outside years 100-9999 is damage, not a date.
+    case JetType::kDateTime: {
+        const double serial = FromBits<double>(bytes);
+        if (!(serial > kMinDateSerial - 1.0 && serial < kMaxDateSerial + 1.0)) return std::nullopt;
+        return Variant::FromDate(serial);
+    }
     case JetType::kBigInt: return Variant(Decimal::FromInt64(static_cast<std::int64_t>(LittleEndian(bytes, 8))));
     case JetType::kGuid: return Variant(GuidText(bytes));
     case JetType::kNumeric: {

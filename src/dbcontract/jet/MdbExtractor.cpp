@@ -182,6 +182,8 @@ private:
     // long-value row, or in a chain of them, after a 12-byte header of a
     // 24-bit length, a flag byte and the first long-value row's address.
     std::optional<std::vector<std::uint8_t>> LongValue(std::span<const std::uint8_t> field) {
+        // An empty value that is not Null may be stored without a header.
+        if (field.empty()) return std::vector<std::uint8_t>();
         if (field.size() < kMemoHeader) return std::nullopt;
         const std::uint32_t length = field[0] | (field[1] << 8) | (field[2] << 16);
         const std::uint32_t flags = field[3];
@@ -327,6 +329,13 @@ private:
             if (object.type == type && object.name == name) return &object;
         }
         return nullptr;
+    }
+
+    // A table of any kind: a relation may join an attached table, which
+    // Jet keeps without enforcing it.
+    bool IsTable(const std::string& name) const {
+        return std::any_of(objects_.begin(), objects_.end(),
+                           [&name](const CatalogObject& object) { return object.IsTable() && object.name == name; });
     }
 
     struct RelationRow {
@@ -622,7 +631,7 @@ private:
         std::map<std::string, RelationInfo> relations;
         std::vector<std::string> order;
         for (const RelationRow& row : relationRows_) {
-            if (FindObject(row.table, kLocalTable) == nullptr || FindObject(row.parent, kLocalTable) == nullptr) continue;
+            if (!IsTable(row.table) || !IsTable(row.parent)) continue;
             auto [it, added] = relations.try_emplace(row.name);
             if (added) {
                 it->second.name = row.name;

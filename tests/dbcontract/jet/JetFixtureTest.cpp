@@ -118,6 +118,32 @@ TEST(JetValueTest, NullStaysNull) {
     EXPECT_TRUE(std::any_of(regions.begin(), regions.end(), [](const Variant& v) { return v.IsText(); }));
 }
 
+TEST(JetValueTest, AnEmptyMemoIsEmptyTextNotNull) {
+    // dates.mdb with the first row's memo made empty but not Null: the
+    // memo's entry in the row's table of variable offsets (page 20, row at
+    // 4031, entry at 60) is moved onto the next column's.
+    std::string bytes = testing::ReadFile(Fixture("dates.mdb"));
+    const std::size_t entry = 20 * 4096 + 4031 + 60;
+    ASSERT_EQ(bytes[entry], '\x1E');
+    bytes[entry] = '\x31';
+    testing::TempFolder temp;
+    const auto path = temp / "empty-memo.mdb";
+    testing::WriteFile(path, bytes);
+    JetOpenOptions options;
+    std::vector<std::string> warnings;
+    options.warnings = [&warnings](const std::vector<std::string>& given) { warnings = given; };
+    auto database = JetProjectFile::Open(path.string(), options);
+    std::vector<FieldInfo> columns;
+    const auto rows = ReadRows(*database, "DateTest", &columns);
+    ASSERT_EQ(columns[4].name, "LongTextCol");
+    const auto first = std::find_if(rows.begin(), rows.end(), [](const auto& row) { return row[0] == Variant(1); });
+    ASSERT_NE(first, rows.end());
+    EXPECT_EQ((*first)[4], Variant(""));
+    EXPECT_EQ((*first)[5], Variant("Hello"));
+    EXPECT_TRUE(warnings.empty()) << warnings.front();
+    database->Close();
+}
+
 // ---- Design ------------------------------------------------------------------
 
 TEST(JetDesignTest, NonAsciiTableNameIsKeptAsStored) {
@@ -147,6 +173,64 @@ TEST(JetDesignTest, RelationsKeepTheirCascadeAttributesAndFieldPairs) {
     ASSERT_NE(shippers, nullptr);
     EXPECT_EQ(shippers->fields[0].name, "ShipperID");
     EXPECT_EQ(shippers->fields[0].foreignName, "ShipVia");
+}
+
+// nwind.mdb with its table Shippers made a table attached from "o.mdb":
+// the catalog row (page 22, row 29) is written anew with Type 6, Database
+// and ForeignName, just below the row before it, and the deleted row that
+// followed is moved down to make room.
+std::string WithShippersAttached(std::string bytes) {
+    constexpr std::size_t kPage = 22 * 2048;
+    constexpr std::size_t kOldRow = kPage + 158;
+    std::string row(1, '\x11');                       // 17 columns
+    row += bytes.substr(kOldRow + 1, 30);             // the fixed columns
+    row[1 + 8] = 6;                                   // Type
+    const std::string database = std::string("\x05\x00\x00\x80", 4) + std::string(8, '\0') + "o.mdb";
+    const std::vector<std::string> columns = {"Shippers", "", database, "", "Shippers", "", "", "", "", "", ""};
+    std::vector<std::uint8_t> offsets;
+    for (const std::string& value : columns) {
+        offsets.push_back(static_cast<std::uint8_t>(row.size()));
+        row += value;
+    }
+    row += static_cast<char>(row.size());             // end of the data
+    for (auto it = offsets.rbegin(); it != offsets.rend(); ++it) row += static_cast<char>(*it);
+    row += '\x0B';                                    // 11 variable columns
+    row += std::string("\xBF\x05\x00", 3);            // Owner, Connect and LvProp Null
+    const std::size_t start = 0xE3 - row.size();      // the row before starts at 0xE3
+    bytes.replace(kPage + start, row.size(), row);
+    const auto word = [&](std::size_t at, std::size_t value) {
+        bytes[kPage + at] = static_cast<char>(value & 0xFF);
+        bytes[kPage + at + 1] = static_cast<char>(value >> 8);
+    };
+    word(10 + 2 * 29, start);
+    word(10 + 2 * 30, 0x4000 | (start - 4));          // the deleted row
+    word(2, start - 4 - (10 + 2 * 31));               // free space
+    return bytes;
+}
+
+TEST(JetDesignTest, AnAttachedTableKeepsItsLinkAndItsRelations) {
+    testing::TempFolder temp;
+    const auto path = temp / "attaching.mdb";
+    testing::WriteFile(path, WithShippersAttached(testing::ReadFile(Fixture("nwind.mdb"))));
+    JetOpenOptions options;
+    options.warnings = [](const std::vector<std::string>&) {};
+    auto database = JetProjectFile::Open(path.string(), options);
+    const auto tables = database->ReadTables();
+    const TableInfo* shippers = FindTable(tables, "Shippers");
+    ASSERT_NE(shippers, nullptr);
+    EXPECT_EQ(shippers->attributes, dao::dbAttachedTable);
+    EXPECT_EQ(shippers->connect, ";DATABASE=o.mdb");
+    EXPECT_EQ(shippers->sourceTableName, "Shippers");
+    // Jet keeps a relation to an attached table, without enforcing it.
+    const auto relations = database->ReadRelations();
+    const auto shipped = std::find_if(relations.begin(), relations.end(),
+                                      [](const RelationInfo& r) { return r.name == "ShippersOrders"; });
+    ASSERT_NE(shipped, relations.end());
+    EXPECT_EQ(shipped->table, "Shippers");
+    EXPECT_EQ(shipped->foreignTable, "Orders");
+    ASSERT_EQ(shipped->fields.size(), 1u);
+    EXPECT_EQ(shipped->fields[0].foreignName, "ShipVia");
+    database->Close();
 }
 
 TEST(JetDesignTest, IndexesKeepPrimaryUniqueAndForeignWithTheirFields) {

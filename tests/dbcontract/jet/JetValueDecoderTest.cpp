@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <vector>
 
 #include "dbcontract/DaoConstants.h"
@@ -112,6 +113,10 @@ TEST(JetValueDecoderTest, RefusesBytesThatCannotHoldTheType) {
     EXPECT_FALSE(decoder.Decode(JetType::kLong, Bytes{1, 2}));
     EXPECT_FALSE(decoder.Decode(JetType::kDouble, Bytes(7, 0)));
     EXPECT_FALSE(decoder.Decode(JetType::kGuid, Bytes(15, 0)));
+    // A date outside years 100-9999 (a damaged row) is no date.
+    for (const double serial : {std::nan(""), 1e300, kMinDateSerial - 1.5, kMaxDateSerial + 1.0}) {
+        EXPECT_FALSE(decoder.Decode(JetType::kDateTime, Le(std::bit_cast<std::uint64_t>(serial), 8))) << serial;
+    }
     EXPECT_FALSE(decoder.Decode(JetType::kComplex, Bytes(4, 0)));
     // A magnitude beyond 96 bits, or a scale beyond 28, is no Decimal.
     Bytes huge(17, 0);
