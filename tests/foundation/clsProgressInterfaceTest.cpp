@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -325,29 +324,6 @@ TEST_F(ProgressInterfaceTest, IOExportLeavesRequestsPendingAndHandlersMayCloseTh
 
 // ---- On a real terminal ----------------------------------------------------
 
-// The lines a person sees after the bytes reached a terminal.
-std::vector<std::string> Screen(std::string_view bytes) {
-    std::vector<std::string> lines(1);
-    std::size_t column = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        std::string& line = lines.back();
-        if (bytes[i] == '\r') {
-            column = 0;
-        } else if (bytes[i] == '\n') {
-            lines.emplace_back();
-            column = 0;
-        } else if (bytes.substr(i, 3) == "\033[K") {
-            line.resize(std::min(column, line.size()));
-            i += 2;
-        } else {
-            line.resize(std::max(line.size(), column + 1));
-            line[column++] = bytes[i];
-        }
-    }
-    std::erase_if(lines, [](const std::string& l) { return l.empty(); });
-    return lines;
-}
-
 // Reads the terminal until `until` shows up or the child closed it. The
 // wait is only a guard against a hang.
 bool ReadUntil(int master, std::string& seen, std::string_view until) {
@@ -390,7 +366,7 @@ TEST_F(ProgressInterfaceTest, OnATerminalTheUserSeesTheBarAndStopsTheWorkWithCtr
 
     std::string seen;
     const bool barShown = ReadUntil(master, seen, "Table POINT");
-    const std::vector<std::string> before = Screen(seen);
+    const std::vector<std::string> before = testing::ScreenLines(seen);
     if (barShown) {
         const char ctrlC = '\x03';
         EXPECT_EQ(write(master, &ctrlC, 1), 1);
@@ -404,7 +380,7 @@ TEST_F(ProgressInterfaceTest, OnATerminalTheUserSeesTheBarAndStopsTheWorkWithCtr
     ASSERT_EQ(before.size(), 1u) << seen;
     EXPECT_EQ(before[0], "Copying [########............] 40% (01:30 remaining)  Table POINT");
     EXPECT_NE(seen.find("Aborting..."), std::string::npos) << "the abort is shown";
-    EXPECT_EQ(Screen(seen), std::vector<std::string>{"stopped"}) << "the bar leaves no trace";
+    EXPECT_EQ(testing::ScreenLines(seen), std::vector<std::string>{"stopped"}) << "the bar leaves no trace";
     ASSERT_TRUE(WIFEXITED(status)) << status;
     EXPECT_EQ(WEXITSTATUS(status), 0) << "Ctrl-C stopped the work";
 }

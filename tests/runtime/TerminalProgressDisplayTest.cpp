@@ -6,9 +6,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -17,39 +18,7 @@
 namespace vorn {
 namespace {
 
-// The lines a person sees after the bytes reached a terminal: carriage
-// return, erase to the end of the line ("\033[K") and line feed honoured.
-std::vector<std::string> Screen(std::string_view bytes) {
-    std::vector<std::string> lines(1);
-    std::size_t column = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        std::string& line = lines.back();
-        if (bytes[i] == '\r') {
-            column = 0;
-        } else if (bytes[i] == '\n') {
-            lines.emplace_back();
-            column = 0;
-        } else if (bytes.substr(i, 3) == "\033[K") {
-            line.resize(std::min(column, line.size()));
-            i += 2;
-        } else {
-            if (column < line.size()) {
-                line[column] = bytes[i];
-            } else {
-                line.resize(column, ' ');
-                line.push_back(bytes[i]);
-            }
-            ++column;
-        }
-    }
-    return lines;
-}
-
-std::vector<std::string> NonEmpty(const std::vector<std::string>& lines) {
-    std::vector<std::string> kept;
-    std::copy_if(lines.begin(), lines.end(), std::back_inserter(kept), [](const std::string& l) { return !l.empty(); });
-    return kept;
-}
+using testing::ScreenLines;
 
 // A pseudo-terminal in this process: the display writes to the slave, the
 // test reads what a person would see from the master.
@@ -140,7 +109,7 @@ TEST(TerminalProgressDisplay, OnATerminalOneLineShowsBarPercentageTimeAndTextsUn
     display.ProgressText("Table POINT");
     display.ProgressText2("1 of 3");
 
-    std::vector<std::string> seen = NonEmpty(Screen(tty.Drain()));
+    std::vector<std::string> seen = ScreenLines(tty.Drain());
     ASSERT_EQ(seen.size(), 1u) << "redrawn in place, never scrolled";
     const std::string& line = seen[0];
     EXPECT_EQ(line.rfind("Copying", 0), 0u);
@@ -151,12 +120,12 @@ TEST(TerminalProgressDisplay, OnATerminalOneLineShowsBarPercentageTimeAndTextsUn
 
     display.FloodPercent(100);
     display.FloodCaption("100% (00:00 remaining)");
-    seen = NonEmpty(Screen(tty.Drain()));
+    seen = ScreenLines(tty.Drain());
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_NE(seen[0].find("[####################] 100% (00:00 remaining)"), std::string::npos) << seen[0];
 
     display.Close();
-    EXPECT_TRUE(NonEmpty(Screen(tty.Drain())).empty()) << "the bar leaves no trace";
+    EXPECT_TRUE(ScreenLines(tty.Drain()).empty()) << "the bar leaves no trace";
 }
 
 TEST(TerminalProgressDisplay, TheLineIsCutToTheTerminalWidth) {
@@ -165,7 +134,7 @@ TEST(TerminalProgressDisplay, TheLineIsCutToTheTerminalWidth) {
     TerminalProgressDisplay display(tty.out());
     ShowCopying(display, 50, "50% (00:10 remaining)");
     display.ProgressText("A table with a rather long name indeed");
-    const std::vector<std::string> seen = NonEmpty(Screen(tty.Drain()));
+    const std::vector<std::string> seen = ScreenLines(tty.Drain());
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].size(), 29u) << seen[0];
 }
@@ -214,20 +183,29 @@ TEST(TerminalProgressDisplayDeathTest, SecondCtrlCEndsTheProgramWith130OnACleanL
             std::_Exit(0);
         },
         ::testing::ExitedWithCode(130), "");
-    const std::vector<std::string> lines = Screen(tty.Drain());
-    EXPECT_TRUE(NonEmpty(lines).empty()) << "the bar was drawn and then wiped";
+    EXPECT_TRUE(ScreenLines(tty.Drain()).empty()) << "the bar was drawn and then wiped";
     EXPECT_NE(tty.Drain().find("30% (02:00 remaining)"), std::string::npos);
+}
+
+// What a display writes into a plain file while `use` drives it.
+std::string WrittenIntoAFile(const std::function<void(TerminalProgressDisplay&)>& use) {
+    const testing::TempFolder folder;
+    const auto path = folder / "progress.log";
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    if (file == nullptr) throw std::runtime_error("cannot open " + path.string());
+    {
+        TerminalProgressDisplay display(file);
+        use(display);
+        display.Close();
+    }
+    std::fclose(file);
+    return testing::ReadFile(path);
 }
 
 TEST(TerminalProgressDisplay, IntoAFileWritesPlainLinesAtEachTenthAndEachText) {
     const SigintGuard guard;
     SetSigint(SIG_DFL);
-    const testing::TempFolder folder;
-    const auto path = folder / "progress.log";
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    {
-        TerminalProgressDisplay display(file);
+    const std::string text = WrittenIntoAFile([](TerminalProgressDisplay& display) {
         display.Show("Copying");
         struct sigaction current {};
         sigaction(SIGINT, nullptr, &current);
@@ -239,10 +217,7 @@ TEST(TerminalProgressDisplay, IntoAFileWritesPlainLinesAtEachTenthAndEachText) {
             display.FloodCaption(std::to_string(percent) + "%");
         }
         display.ProgressText("Table POINT");  // unchanged: no new line
-        display.Close();
-    }
-    std::fclose(file);
-    const std::string text = testing::ReadFile(path);
+    });
     EXPECT_EQ(text.find_first_of("\r\033"), std::string::npos);
     EXPECT_EQ(text,
               "Copying\nTable POINT\nCopying: 0%\nCopying: 10%\nCopying: 20%\nCopying: 30%\n"
@@ -251,23 +226,15 @@ TEST(TerminalProgressDisplay, IntoAFileWritesPlainLinesAtEachTenthAndEachText) {
 }
 
 TEST(TerminalProgressDisplay, IntoAFileTextsSetBeforeShowFollowTheTitle) {
-    const testing::TempFolder folder;
-    const auto path = folder / "progress.log";
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    {
-        // The progress interface sets the first line (its label) before it
-        // opens the display.
-        TerminalProgressDisplay display(file);
-        display.ProgressLabel(true);
-        display.ProgressText("Working");
-        display.ProgressText2("step 1");
-        display.Show("Upsize");
-        display.ProgressText("Table POINT");
-        display.Close();
-    }
-    std::fclose(file);
-    EXPECT_EQ(testing::ReadFile(path), "Upsize\nWorking\n  step 1\nTable POINT\n");
+    // The progress interface sets the first line (its label) before it opens the display.
+    EXPECT_EQ(WrittenIntoAFile([](TerminalProgressDisplay& display) {
+                  display.ProgressLabel(true);
+                  display.ProgressText("Working");
+                  display.ProgressText2("step 1");
+                  display.Show("Upsize");
+                  display.ProgressText("Table POINT");
+              }),
+              "Upsize\nWorking\n  step 1\nTable POINT\n");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
+#include <algorithm>
 
 namespace vorn::testing {
 
@@ -41,6 +42,28 @@ std::string ReadFile(const std::filesystem::path& path) {
 void WriteFile(const std::filesystem::path& path, std::string_view bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::vector<std::string> ScreenLines(std::string_view bytes) {
+    std::vector<std::string> lines(1);
+    std::size_t column = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        std::string& line = lines.back();
+        if (bytes[i] == '\r') {
+            column = 0;
+        } else if (bytes[i] == '\n') {
+            lines.emplace_back();
+            column = 0;
+        } else if (bytes.substr(i, 3) == "\033[K") {
+            line.resize(std::min(column, line.size()));
+            i += 2;
+        } else {
+            line.resize(std::max(line.size(), column + 1), ' ');
+            line[column++] = bytes[i];
+        }
+    }
+    std::erase_if(lines, [](const std::string& l) { return l.empty(); });
+    return lines;
 }
 
 }  // namespace vorn::testing

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "runtime/VornError.h"
 
@@ -42,5 +44,9 @@ std::string ReadFile(const std::filesystem::path& path);
 
 // Writes a whole file, replacing it.
 void WriteFile(const std::filesystem::path& path, std::string_view bytes);
+
+// The non-empty lines a person sees once `bytes` reached a terminal: carriage
+// return, erase to the end of the line ("\033[K") and line feed honoured.
+std::vector<std::string> ScreenLines(std::string_view bytes);
 
 }  // namespace vorn::testing
