@@ -115,15 +115,13 @@ TEST_F(IdaoDatabaseTest, ForeignKeysAreRelationsWithCascadesAndFieldPairs) {
         "CREATE TABLE [PROJECT] ([ProjID] int NOT NULL, CONSTRAINT [PK_PROJECT] PRIMARY KEY "
         "([ProjID]))");
     cn.Execute(
-        "CREATE TABLE [POINT] ([ProjID] int NOT NULL, [PointID] nvarchar(255) NOT NULL, "
-        "CONSTRAINT [PK_POINT] PRIMARY KEY ([ProjID], [PointID]), "
-        "CONSTRAINT [PROJECTPOINT] FOREIGN KEY ([ProjID]) REFERENCES [PROJECT] ([ProjID]) "
-        "ON UPDATE CASCADE ON DELETE CASCADE)");
+        "CREATE TABLE [POINT] ([ProjID] int NOT NULL, [PointID] nvarchar(255) NOT NULL, CONSTRAINT "
+        "[PK_POINT] PRIMARY KEY ([ProjID], [PointID]), CONSTRAINT [PROJECTPOINT] FOREIGN KEY "
+        "([ProjID]) REFERENCES [PROJECT] ([ProjID]) ON UPDATE CASCADE ON DELETE CASCADE)");
     cn.Execute(
         "CREATE TABLE [SAMPLE] ([P] int NOT NULL, [Pt] nvarchar(255) NOT NULL, [Depth] float, "
         "CONSTRAINT [POINTSAMPLE] FOREIGN KEY ([P], [Pt]) REFERENCES [POINT] ([ProjID], [PointID]) "
-        "ON DELETE CASCADE, "
-        "FOREIGN KEY ([P]) REFERENCES [PROJECT])");
+        "ON DELETE CASCADE, FOREIGN KEY ([P]) REFERENCES [PROJECT])");
     auto db = Open();
     auto& relations = db->Relations();
     ASSERT_EQ(relations.Count(), 3);

@@ -92,12 +92,6 @@ TEST_F(SqlServerTextOnSqlite, FileKeepsServerTypesAndTableScopedIndexNames) {
               std::vector<std::string>{"INTEGER"});
 }
 
-}  // namespace
-}  // namespace vorn
-
-namespace vorn {
-namespace {
-
 // The same project asked as a project file and as the enterprise database
 // that DBEngine opens by its connect string.
 TEST_F(SqlServerTextOnSqlite, EnterpriseDatabaseAnswersAsTheProjectFileDoes) {
@@ -119,21 +113,7 @@ TEST_F(SqlServerTextOnSqlite, EnterpriseDatabaseAnswersAsTheProjectFileDoes) {
         db->Close();
     }
     SessionSlot<DalSession>::ResetForTests();
-    auto db = DaoEngine().OpenDatabase("", 1, false, idaoConnect);
-    auto info = db->OpenRecordset(
-        "SELECT [ProjectUniqueID],[ProjectDescription],[ProjectUniqueID]+','+[ProjectDescription] "
-        "FROM WH_UpsizeInfo",
-        dao::dbOpenSnapshot, dao::dbReadOnly);
-    EXPECT_EQ(info->Fields().Item(2)->Value(), Variant("vORNProjectUniqueID,Client"));
-    // A change of design goes to the server, as a database without a
-    // connection of its own sends it.
-    db->Execute("ALTER TABLE [POINT] DROP CONSTRAINT DV_POINT_CHECKED");
-    db->Close();
-    auto reread = DaoEngine().OpenDatabase("", 1, true, idaoConnect);
-    EXPECT_EQ(reread->TableDefs().Item("POINT")->Fields().Item("Checked")->DefaultValue(), "");
-    EXPECT_EQ(testing::FailureNumber([&] { reread->Execute("DELETE FROM [POINT]"); }), 3027)
-        << "read only";
-    reread->Close();
+    testing::ExpectUpsizeInfoAndDesignChangeThroughDbEngine(idaoConnect);
 }
 
 TEST_F(SqlServerTextOnSqlite, ConnectStringsOfNoEngineFailClearly) {

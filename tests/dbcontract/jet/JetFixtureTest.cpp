@@ -302,10 +302,9 @@ TEST(JetDesignTest, SavedQueriesHaveTheirSqlText) {
                                  [](const QueryInfo& q) { return q.name == "Current Product List"; });
     ASSERT_NE(it, queries.end());
     EXPECT_EQ(it->sql,
-              "SELECT [Product List].ProductID, [Product List].ProductName\n"
-              "FROM Products AS [Product List]\n"
-              "WHERE ((([Product List].Discontinued)=No))\n"
-              "ORDER BY [Product List].ProductName;");
+              "SELECT [Product List].ProductID, [Product List].ProductName\nFROM Products AS "
+              "[Product List]\nWHERE ((([Product List].Discontinued)=No))\nORDER BY [Product "
+              "List].ProductName;");
 }
 
 TEST(JetDesignTest, ReadsWithoutWarningsWhereEverythingCanBeRead) {

@@ -21,6 +21,8 @@
 #include <vector>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/jet/JetProjectFile.h"
+#include "dbcontract/sqlite/SqliteProjectFile.h"
 #include "runtime/DateSerial.h"
 #include "runtime/Decimal.h"
 #include "runtime/Variant.h"
@@ -268,11 +270,6 @@ inline std::string Canonical(const std::string& type, const Json& expected) {
     return expected.text;
 }
 
-}  // namespace vorn::testing::jet
-
-#include "dbcontract/jet/JetProjectFile.h"
-
-namespace vorn::testing::jet {
 
 // The fixtures opened through the contract, each once per test run (a copy
 // is made on opening); warnings are kept instead of shown.
@@ -362,11 +359,6 @@ inline void ExpectSameContent(const std::string& fixture, DatabaseBackend& datab
     }
 }
 
-}  // namespace vorn::testing::jet
-
-#include "dbcontract/sqlite/SqliteProjectFile.h"
-
-namespace vorn::testing::jet {
 
 // A fixture converted to a project file of our format, once per test run,
 // in a folder that lives as long as the run.

@@ -366,27 +366,22 @@ TEST_P(MariaDbBadTargetTest, FailsQuicklyWithAClearMessage) {
     }
 }
 
-void KeepTarget(ServerTarget&) {}
-
-void MissingDatabase(ServerTarget& target) {
-    target.user = "root";
-    target.password.clear();
-    target.database = "vorn_missing_db";
-}
-
-void UnreachableSocket(ServerTarget& target) {
-    target.socket = "/nonexistent/vorn.sock";
-    target.server = target.socket;
-}
-
 std::string BadTargetName(const ::testing::TestParamInfo<BadTargetCase>& param) {
     return param.param.label;
 }
 
 INSTANTIATE_TEST_SUITE_P(Targets, MariaDbBadTargetTest,
-                         ::testing::Values(BadTargetCase{"WrongPassword", KeepTarget, "Access denied"},
-                                           BadTargetCase{"MissingDatabase", MissingDatabase, "Unknown database"},
-                                           BadTargetCase{"UnreachableSocket", UnreachableSocket, "Can't connect"}),
+                         ::testing::Values(BadTargetCase{"WrongPassword", [](ServerTarget&) {}, "Access denied"},
+                                           BadTargetCase{"MissingDatabase",
+                                                         [](ServerTarget& target) {
+                                                             target.user = "root";
+                                                             target.password.clear();
+                                                             target.database = "vorn_missing_db";
+                                                         },
+                                                         "Unknown database"},
+                                           BadTargetCase{"UnreachableSocket",
+                                                         [](ServerTarget& target) { target.server = target.socket = "/nonexistent/vorn.sock"; },
+                                                         "Can't connect"}),
                          BadTargetName);
 
 }  // namespace

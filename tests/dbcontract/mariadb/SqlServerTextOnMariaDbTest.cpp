@@ -99,8 +99,7 @@ TEST_F(SqlServerTextOnMariaDb, WhatTheServerCannotHoldIsRefusedWithTheReason) {
         {"CREATE TABLE [" + longName + "] ([a] [int] NULL)", "at most 64 characters"},
         {"CREATE TABLE [T] ([" + longName + "] [int] NULL)", "at most 64 characters"},
         {"CREATE  NONCLUSTERED INDEX [Wide] ON [TempTab] ([SAMP_REF] ASC, [SAMP_TYPE] ASC, "
-         "[SPEC_REF] ASC, "
-         "[PROJ_LDUS1] ASC)",
+         "[SPEC_REF] ASC, [PROJ_LDUS1] ASC)",
          "3,072 bytes"},
         {"CREATE TABLE [K] ([a] [nvarchar](255) NOT NULL, [b] [nvarchar](255) NOT NULL, [c] "
          "[nvarchar](255) NOT "
@@ -108,14 +107,11 @@ TEST_F(SqlServerTextOnMariaDb, WhatTheServerCannotHoldIsRefusedWithTheReason) {
          "3,072 bytes"},
         // The wide unique index is kept by a hash, which no key can refer to.
         {"CREATE TABLE [C] ([vORNProjectID] [int] NOT NULL, [PointID] [nvarchar](255) NOT NULL, "
-         "[SAMP_Depth] "
-         "[float] NULL, [SAMP_REF] [nvarchar](255) NULL, [SAMP_TYPE] [nvarchar](255) NULL, [Depth] "
-         "[float] NOT NULL, "
-         "[SPEC_REF] [nvarchar](255) NULL, CONSTRAINT [FK_C] FOREIGN KEY ([vORNProjectID], "
-         "[PointID], [SAMP_Depth], "
-         "[SAMP_REF], [SAMP_TYPE], [Depth], [SPEC_REF]) REFERENCES [TempTab] ([vORNProjectID], "
-         "[PointID], "
-         "[SAMP_Depth], [SAMP_REF], [SAMP_TYPE], [Depth], [SPEC_REF]))",
+         "[SAMP_Depth] [float] NULL, [SAMP_REF] [nvarchar](255) NULL, [SAMP_TYPE] [nvarchar](255) "
+         "NULL, [Depth] [float] NOT NULL, [SPEC_REF] [nvarchar](255) NULL, CONSTRAINT [FK_C] "
+         "FOREIGN KEY ([vORNProjectID], [PointID], [SAMP_Depth], [SAMP_REF], [SAMP_TYPE], [Depth], "
+         "[SPEC_REF]) REFERENCES [TempTab] ([vORNProjectID], [PointID], [SAMP_Depth], [SAMP_REF], "
+         "[SAMP_TYPE], [Depth], [SPEC_REF]))",
          "3,072 bytes"},
     };
     for (const Case& c : cases) {
@@ -126,12 +122,6 @@ TEST_F(SqlServerTextOnMariaDb, WhatTheServerCannotHoldIsRefusedWithTheReason) {
     EXPECT_FALSE(cn.TableExists("K"));
     EXPECT_FALSE(cn.TableExists("C"));
 }
-
-}  // namespace
-}  // namespace vorn
-
-namespace vorn {
-namespace {
 
 // The same project asked as a project file and as the enterprise database
 // that DBEngine opens by its connect string.
@@ -149,21 +139,7 @@ TEST_F(SqlServerTextOnMariaDb, EnterpriseDatabaseAnswersAsTheProjectFileDoes) {
         testing::ExpectAnswersAsAProjectFile(*db, true);
         db->Close();
     }
-    auto db = DaoEngine().OpenDatabase("", 1, false, idaoConnect);
-    auto info = db->OpenRecordset(
-        "SELECT [ProjectUniqueID],[ProjectDescription],[ProjectUniqueID]+','+[ProjectDescription] "
-        "FROM WH_UpsizeInfo",
-        dao::dbOpenSnapshot, dao::dbReadOnly);
-    EXPECT_EQ(info->Fields().Item(2)->Value(), Variant("vORNProjectUniqueID,Client"));
-    // A change of design goes to the server, as a database without a
-    // connection of its own sends it.
-    db->Execute("ALTER TABLE [POINT] DROP CONSTRAINT DV_POINT_CHECKED");
-    db->Close();
-    auto reread = DaoEngine().OpenDatabase("", 1, true, idaoConnect);
-    EXPECT_EQ(reread->TableDefs().Item("POINT")->Fields().Item("Checked")->DefaultValue(), "");
-    EXPECT_EQ(testing::FailureNumber([&] { reread->Execute("DELETE FROM [POINT]"); }), 3027)
-        << "read only";
-    reread->Close();
+    testing::ExpectUpsizeInfoAndDesignChangeThroughDbEngine(idaoConnect);
 }
 
 }  // namespace
