@@ -163,6 +163,9 @@ std::string MariaDbConnection::PrepareOrderList(std::string_view list) {
 
 std::optional<std::string> MariaDbConnection::StoredTableName(std::string_view table) {
     EnsureDatabase();
+    const std::string key = utf8::ToLower(table);
+    // Another connection may have made the table since the names were read.
+    if (tableNames_ && tableNames_->find(key) == tableNames_->end()) tableNames_.reset();
     if (!tableNames_) {
         tableNames_.emplace();
         for (std::string& name : catalog_->TableNames()) (*tableNames_)[utf8::ToLower(name)] = std::move(name);
@@ -173,7 +176,7 @@ std::optional<std::string> MariaDbConnection::StoredTableName(std::string_view t
         std::vector<Variant> row;
         while (views.Fetch(row)) (*tableNames_)[utf8::ToLower(row[0].AsText())] = row[0].AsText();
     }
-    const auto found = tableNames_->find(utf8::ToLower(table));
+    const auto found = tableNames_->find(key);
     if (found == tableNames_->end()) return std::nullopt;
     return found->second;
 }
@@ -524,8 +527,13 @@ void MariaDbConnection::CreateDatabase(std::string_view name) {
 }
 
 void MariaDbConnection::Close() noexcept {
+    // An open transaction ends with the connection, and what the server's
+    // commits before DDL statements kept is undone with it.
     if (handle_ && inTransaction_) {
-        mysql_rollback(handle_->get());  // an open transaction ends with the connection
+        try {
+            Rollback();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): closing cannot report
+        }
     }
     inTransaction_ = false;
     catalog_.reset();

@@ -1,6 +1,7 @@
 #include "dbcontract/mariadb/MariaDbRollbackJournal.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "dbcontract/mariadb/MariaDbSqlText.h"
 #include "runtime/Utf8.h"
@@ -23,6 +24,7 @@ void MariaDbRollbackJournal::Start() {
 void MariaDbRollbackJournal::Clear() {
     recording_ = false;
     steps_.clear();
+    pendingRows_.clear();
     madeTables_.clear();
     pending_.clear();
     losses_.clear();
@@ -68,14 +70,14 @@ void MariaDbRollbackJournal::RowInserted(std::string_view table, const std::vect
         sql += (i == 0 ? "" : " AND ") + Quote(columns[i]) + " <=> ?";
     }
     if (wholeRow) sql += " LIMIT 1";
-    Add(std::move(sql), std::move(values));
+    pendingRows_.push_back({std::move(sql), std::move(values)});
 }
 
 void MariaDbRollbackJournal::RowsNumbered(std::string_view table, std::string_view counter, std::int64_t first,
                                           std::int64_t count) {
     if (!recording_ || Made(table) || count <= 0) return;
-    Add("DELETE FROM " + Quote(table) + " WHERE " + Quote(counter) + " BETWEEN ? AND ?",
-        {Variant::FromInteger(first), Variant::FromInteger(first + count - 1)});
+    pendingRows_.push_back({"DELETE FROM " + Quote(table) + " WHERE " + Quote(counter) + " BETWEEN ? AND ?",
+                            {Variant::FromInteger(first), Variant::FromInteger(first + count - 1)}});
 }
 
 void MariaDbRollbackJournal::Unrecorded(std::string description) {
@@ -83,6 +85,9 @@ void MariaDbRollbackJournal::Unrecorded(std::string description) {
 }
 
 void MariaDbRollbackJournal::ImplicitCommit() {
+    steps_.insert(steps_.end(), std::make_move_iterator(pendingRows_.begin()),
+                  std::make_move_iterator(pendingRows_.end()));
+    pendingRows_.clear();
     losses_.insert(losses_.end(), pending_.begin(), pending_.end());
     pending_.clear();
 }

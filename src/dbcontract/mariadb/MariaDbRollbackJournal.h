@@ -53,7 +53,7 @@ public:
     // Whether the transaction made this table (names ignore case).
     bool Made(std::string_view table) const;
 
-    // The statements that undo the transaction, newest first.
+    // The statements that undo what DDL statements committed, newest first.
     std::vector<Step> UndoSteps() const;
     // What was committed and cannot be undone.
     const std::vector<std::string>& Losses() const { return losses_; }
@@ -63,6 +63,10 @@ private:
 
     bool recording_ = false;
     std::vector<Step> steps_;
+    // Rows inserted since the last DDL statement: the server's ROLLBACK
+    // undoes them, and deleting them again by their values could take a
+    // twin that was there before (a row without a key).
+    std::vector<Step> pendingRows_;
     std::vector<std::string> madeTables_;
     std::vector<std::string> pending_;
     std::vector<std::string> losses_;

@@ -325,6 +325,110 @@ TEST_F(MariaDbConnectionTest, RollbackReportsWhatItCouldNotUndo) {
     EXPECT_FALSE(db_->TableExists("W"));
 }
 
+// Rows written after the last DDL statement are the server ROLLBACK's to
+// undo; the journal must not delete a kept twin of such a row again.
+TEST_F(MariaDbConnectionTest, RollbackKeepsTwinsOfRowsTheServerAlreadyUndid) {
+    db_->Execute("CREATE TABLE Loose (A INT, B VARCHAR(5))");
+    db_->Execute("CREATE TABLE Keyed (ID INT AUTO_INCREMENT PRIMARY KEY, N INT)");
+    db_->Execute("INSERT INTO Loose VALUES (1, 'x'), (1, 'x')");
+    db_->Execute("INSERT INTO Keyed (N) VALUES (1)");
+    const std::string before = Snapshot(*db_);
+    db_->BeginTransaction();
+    db_->Execute("INSERT INTO Loose VALUES (1, 'x')");  // committed by the CREATE below
+    db_->Execute("CREATE TABLE Made (ID INT PRIMARY KEY)");
+    db_->Execute("INSERT INTO Loose VALUES (?, ?)", {Variant(1), Variant("x")});  // left to ROLLBACK
+    db_->Execute("INSERT INTO Keyed (N) VALUES (2)");
+    db_->Rollback();
+    EXPECT_EQ(Snapshot(*db_), before);
+}
+
+// The upsize as it runs per project: a second connection sees only what
+// the transaction's DDL committed, and after Rollback the database as it
+// was; a project committed before a rolled-back one stays whole.
+TEST_F(MariaDbConnectionTest, ProjectsAppendedOneAfterAnother) {
+    db_->Execute("CREATE TABLE Existing (ID INT AUTO_INCREMENT PRIMARY KEY, Name VARCHAR(20))");
+    db_->Execute("INSERT INTO Existing (Name) VALUES ('old')");
+    MariaDbConnection other(MariaDbTestTarget(database_));
+
+    db_->BeginTransaction();
+    db_->Execute("CREATE TABLE Hole (HoleID VARCHAR(20) PRIMARY KEY, Depth DOUBLE)");
+    db_->Execute("INSERT INTO Existing (Name) VALUES (?)", {Variant("first")});
+    db_->Execute("INSERT INTO Hole VALUES (?, ?)", {Variant("BH1"), Variant(2.5)});
+    EXPECT_TRUE(other.TableExists("hole"));
+    auto count = [&](MariaDbConnection& cn, const std::string& table) {
+        std::vector<Variant> row;
+        auto cursor = cn.Query("SELECT COUNT(*) FROM " + table);
+        return cursor->Next(row) ? row[0].AsLong() : -1;
+    };
+    EXPECT_EQ(count(other, "Existing"), 1) << "uncommitted rows are the transaction's own";
+    db_->Commit();
+    EXPECT_EQ(count(other, "Existing"), 2);
+    EXPECT_EQ(count(other, "Hole"), 1);
+    const std::string afterFirst = Snapshot(*db_);
+
+    db_->BeginTransaction();
+    db_->Execute("INSERT INTO hole VALUES ('BH2', 1)");
+    db_->Execute("INSERT INTO Existing (Name) VALUES ('second')");
+    db_->Execute("CREATE TABLE Sample (ID INT PRIMARY KEY, HoleID VARCHAR(20), Note LONGTEXT)");
+    db_->Execute("ALTER TABLE Sample ADD CONSTRAINT fkHole FOREIGN KEY (HoleID) REFERENCES Hole (HoleID)");
+    db_->Execute("CREATE INDEX ixDepth ON Hole (Depth)");
+    db_->Execute("CREATE VIEW Holes AS SELECT HoleID FROM Hole");
+    db_->Execute("INSERT INTO Sample VALUES (1, 'BH1', 'n')");
+    // A batch that fails part-way: its first statement ran, the rest did not.
+    EXPECT_THROW(db_->Execute("INSERT INTO Hole VALUES (?, 3); INSERT INTO Hole VALUES (?, 4); "
+                              "INSERT INTO Hole VALUES (?, 5)",
+                              {Variant("BH3"), Variant("BH1"), Variant("BH4")}),
+                 VornError);
+    EXPECT_EQ(count(*db_, "Hole"), 3);
+    db_->Rollback();
+    EXPECT_EQ(Snapshot(*db_), afterFirst);
+    EXPECT_EQ(Snapshot(other), afterFirst);
+    EXPECT_FALSE(other.TableExists("Holes"));
+}
+
+// A table another connection made after this one read the names (the
+// upsize's connection while a Database stays open) is found and read.
+TEST_F(MariaDbConnectionTest, TablesMadeByAnotherConnectionAreFound) {
+    db_->Execute("CREATE TABLE Early (ID INT)");
+    ASSERT_TRUE(db_->TableExists("early"));
+    system_->Execute("CREATE TABLE Later (ID INT PRIMARY KEY, Name VARCHAR(10))");
+    EXPECT_TRUE(db_->TableExists("LATER"));
+    const std::optional<TableInfo> later = db_->ReadTable("later");
+    ASSERT_TRUE(later.has_value());
+    EXPECT_EQ(later->fields.size(), 2u);
+    EXPECT_EQ(db_->Execute("INSERT INTO later VALUES (1, 'x')"), 1);
+}
+
+// A connection closed inside its transaction ends it as Rollback does,
+// also undoing what the server's own commits before DDL statements kept.
+TEST_F(MariaDbConnectionTest, ConnectionClosedInsideATransactionRollsItBack) {
+    db_->Execute("CREATE TABLE Existing (ID INT PRIMARY KEY)");
+    db_->Execute("INSERT INTO Existing VALUES (1)");
+    const std::string before = Snapshot(*db_);
+    {
+        MariaDbConnection other(MariaDbTestTarget(database_));
+        other.BeginTransaction();
+        other.Execute("INSERT INTO Existing VALUES (2)");
+        other.Execute("CREATE TABLE Made (ID INT PRIMARY KEY)");
+        other.Close();
+    }
+    EXPECT_EQ(Snapshot(*db_), before);
+}
+
+// Values far over a packet's usual size travel whole both ways.
+TEST_F(MariaDbConnectionTest, VeryLongTextAndBinaryRoundTrip) {
+    db_->Execute("CREATE TABLE Big (ID INT PRIMARY KEY, T LONGTEXT, B LONGBLOB)");
+    std::string text;
+    for (int i = 0; text.size() < 3'000'000; ++i) text += "Zeile " + std::to_string(i) + " ä€😀\\'\"\n";
+    Variant::Binary bytes(2'500'000);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 7919 % 256);
+    db_->Execute("INSERT INTO Big VALUES (?, ?, ?)", {Variant(1), Variant(text), Variant(bytes)});
+    const auto rows = Rows("SELECT T, B FROM Big");
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_TRUE(rows[0][0] == Variant(text)) << "text of " << rows[0][0].AsText().size() << " bytes";
+    EXPECT_TRUE(rows[0][1] == Variant(bytes));
+}
+
 TEST_F(MariaDbConnectionTest, FailingStatementCarriesTheServersMessage) {
     try {
         db_->Execute("SELECT * FROM NoSuchTable");

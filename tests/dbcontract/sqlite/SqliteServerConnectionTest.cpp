@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <sstream>
 
 #include "dbcontract/DalConnection.h"
 #include "dbcontract/DaoConstants.h"
@@ -196,6 +197,81 @@ TEST_F(SqliteServerTest, ConnectionClosedInsideATransactionRollsItBack) {
         other.Close();
     }
     EXPECT_EQ(db.ExecuteLong("SELECT Count(*) FROM [t]"), 0);
+}
+
+// The design and rows of the database, to compare before and after.
+std::string SqliteSnapshot(DalConnection& cn, const std::vector<std::string>& tables) {
+    std::ostringstream out;
+    auto design = cn.Engine().Query("SELECT type, name, sql FROM sqlite_master ORDER BY type, name");
+    std::vector<Variant> row;
+    while (design->Next(row)) out << row[0] << " " << row[1] << ": " << row[2] << "\n";
+    for (const std::string& table : tables) {
+        auto rows = cn.Engine().Query("SELECT * FROM \"" + table + "\" ORDER BY 1");
+        while (rows->Next(row)) {
+            for (const Variant& value : row) out << " " << value;
+            out << "\n";
+        }
+    }
+    return out.str();
+}
+
+// The upsize per project: a committed project stays whole when the next
+// one fails part-way through a batch and is rolled back after DDL of every
+// kind and inserts into new and existing tables.
+TEST_F(SqliteServerTest, ProjectsAppendedOneAfterAnother) {
+    db.Execute("CREATE TABLE [keep] ([id] [int] IDENTITY(1,1) NOT NULL, [name] [nvarchar] (20) NULL, "
+               "CONSTRAINT [PK_keep] PRIMARY KEY CLUSTERED ([id]))");
+    db.Execute("INSERT INTO [keep] ([name]) VALUES ('old')");
+    VArray names = VArray::FromStrings({"@param1"});
+
+    db.BeginTransaction("System_Table_Upsize");
+    db.Execute("CREATE TABLE [hole] ([HoleID] [nvarchar] (20) NOT NULL, [Depth] [float] NULL, "
+               "CONSTRAINT [PK_hole] PRIMARY KEY NONCLUSTERED ([HoleID]))");
+    db.InsertRow("hole", VArray::FromStrings({"HoleID", "Depth"}), VArray::FromItems({Variant("BH1"), Variant(2.5)}));
+    VArray first = VArray::FromItems({Variant("first")});
+    db.ExecuteParams("INSERT INTO [keep] ([name]) VALUES (@param1)", names, first);
+    db.Commit();
+    const std::vector<std::string> tables = {"keep", "hole"};
+    const std::string afterFirst = SqliteSnapshot(db, tables);
+
+    db.BeginTransaction("System_Table_Upsize");
+    db.Execute("CREATE TABLE [sample] ([ID] [int] NOT NULL, [HoleID] [nvarchar] (20) NULL, [Note] [nvarchar] (max) "
+               "NULL, CONSTRAINT [PK_sample] PRIMARY KEY NONCLUSTERED ([ID]))");
+    db.Execute("ALTER TABLE [sample] WITH CHECK ADD CONSTRAINT [fkHole] FOREIGN KEY ([HoleID]) REFERENCES [hole] "
+               "([HoleID]) ON UPDATE CASCADE ON DELETE CASCADE");
+    db.Execute("CREATE INDEX [ixDepth] ON [hole] ([Depth] DESC)");
+    db.Execute("ALTER TABLE [hole] ADD [Extra] [int] NULL");
+    db.Execute("CREATE VIEW [holes] AS SELECT [HoleID] FROM [hole]");
+    VArray second = VArray::FromItems({Variant("second")});
+    db.ExecuteParams("INSERT INTO [keep] ([name]) VALUES (@param1)", names, second);
+    db.InsertRow("sample", VArray::FromStrings({"ID", "HoleID"}), VArray::FromItems({Variant(1), Variant("BH1")}));
+    // A batch (engine text: the rewriter takes one statement) that fails
+    // part-way: its first statement ran, the rest did not.
+    FailureOf([&] {
+        db.Engine().Execute("INSERT INTO hole (HoleID) VALUES (?); INSERT INTO hole (HoleID) VALUES (?); "
+                            "INSERT INTO hole (HoleID) VALUES (?)",
+                            {Variant("BH2"), Variant("BH1"), Variant("BH3")});
+    });
+    EXPECT_EQ(db.ExecuteLong("SELECT Count(*) FROM [hole]"), 2) << "the batch stopped at its failure";
+    db.Rollback();
+    EXPECT_EQ(SqliteSnapshot(db, tables), afterFirst);
+}
+
+// Values far over a page's size travel whole both ways.
+TEST_F(SqliteServerTest, VeryLongTextAndBinaryRoundTrip) {
+    db.Execute("CREATE TABLE [big] ([id] [int] NOT NULL PRIMARY KEY, [t] [nvarchar] (max) NULL, "
+               "[b] [varbinary] (max) NULL)");
+    std::string text;
+    for (int i = 0; text.size() < 3'000'000; ++i) text += "Zeile " + std::to_string(i) + " ä€😀\\'\"\n";
+    Variant::Binary bytes(2'500'000);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 7919 % 256);
+    VArray names = VArray::FromStrings({"@param1", "@param2", "@param3"});
+    VArray values = VArray::FromItems({Variant(1), Variant(text), Variant(bytes)});
+    db.ExecuteParams("INSERT INTO [big] VALUES (@param1, @param2, @param3)", names, values);
+    const auto rows = Rows("SELECT t, b FROM big");
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_TRUE(rows[0][0] == Variant(text)) << "text of " << rows[0][0].AsText().size() << " bytes";
+    EXPECT_TRUE(rows[0][1] == Variant(bytes));
 }
 
 TEST_F(SqliteServerTest, NamesAndValuesWithQuotesInjectNothing) {
