@@ -45,7 +45,7 @@ std::optional<JetFileHeader> JetFileHeader::Parse(std::span<const std::uint8_t> 
         const auto language = static_cast<std::uint16_t>(Word(clear, kJet4LanguageOffset, 2));
         if (language != 0) header.languageId_ = language;
     }
-    if (!header.IsAce()) header.password_ = JetPassword::Decode(page0, header.IsJet3());
+    if (!header.IsAce()) header.password_ = JetPassword::Decode(page0, header.IsJet3(), header.codePage_);
     return header;
 }
 

@@ -47,13 +47,13 @@ void JetPassword::Rc4(std::span<const std::uint8_t> key, std::span<std::uint8_t>
     }
 }
 
-std::string JetPassword::Decode(std::span<const std::uint8_t> page0, bool jet3) {
+std::string JetPassword::Decode(std::span<const std::uint8_t> page0, bool jet3, std::uint16_t codePage) {
     std::vector<std::uint8_t> header(page0.begin(), page0.begin() + kHeaderBytes);
     Rc4(kMaskKey, std::span(header).subspan(kMaskedStart, MaskedLength(jet3)));
     if (jet3) {
         std::size_t length = 0;
         while (length < 20 && header[kPasswordOffset + length] != 0) ++length;
-        return JetValueDecoder::Cp1252ToUtf8(std::span(header).subspan(kPasswordOffset, length));
+        return JetValueDecoder::CodePageToUtf8(std::span(header).subspan(kPasswordOffset, length), codePage);
     }
     const auto mask = DateMask(header);
     std::array<std::uint8_t, 40> stored{};

@@ -20,7 +20,7 @@ public:
     // bytes); `jet3` picks the older layout (single-byte characters in the
     // file's code page, no date mask).
     // REQUIRES: page0.size() >= kHeaderBytes.
-    static std::string Decode(std::span<const std::uint8_t> page0, bool jet3);
+    static std::string Decode(std::span<const std::uint8_t> page0, bool jet3, std::uint16_t codePage = 1252);
 
     // The header bytes that Decode reads.
     static constexpr std::size_t kHeaderBytes = 0x18 + 128;

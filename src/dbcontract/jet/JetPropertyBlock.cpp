@@ -40,7 +40,8 @@ std::optional<Variant> PropertyValue(const JetValueDecoder& decoder, std::uint8_
 
 }  // namespace
 
-JetPropertyBlock::JetPropertyBlock(std::span<const std::uint8_t> bytes, bool jet3) : jet3_(jet3) {
+JetPropertyBlock::JetPropertyBlock(std::span<const std::uint8_t> bytes, bool jet3, std::uint16_t codePage)
+    : jet3_(jet3), codePage_(codePage) {
     if (bytes.size() < 4 || (std::memcmp(bytes.data(), "KKD", 4) != 0 && std::memcmp(bytes.data(), "MR2", 4) != 0)) {
         damaged_ = !bytes.empty();
         return;
@@ -77,7 +78,7 @@ const JetPropertyBlock::Group* JetPropertyBlock::Find(const std::string& name) c
 }
 
 bool JetPropertyBlock::ReadNames(std::span<const std::uint8_t> chunk) {
-    const JetValueDecoder decoder(jet3_);
+    const JetValueDecoder decoder(jet3_, codePage_);
     std::size_t offset = 0;
     while (offset + 2 <= chunk.size()) {
         const std::size_t length = Word(chunk, offset, 2);
@@ -92,7 +93,7 @@ bool JetPropertyBlock::ReadNames(std::span<const std::uint8_t> chunk) {
 // name, then entries of: length (2), DDL flag (1), type (1), name index (2),
 // value length (2), value.
 bool JetPropertyBlock::ReadGroup(std::span<const std::uint8_t> chunk) {
-    const JetValueDecoder decoder(jet3_);
+    const JetValueDecoder decoder(jet3_, codePage_);
     if (chunk.size() < 6) return false;
     const std::uint32_t nameBlock = Word(chunk, 0, 4);
     const std::size_t nameLength = Word(chunk, 4, 2);

@@ -27,7 +27,7 @@ public:
     // bytes end the parse: what was read up to there is kept and
     // `Damaged()` says so. Entries of a type that cannot be decoded are left
     // out and named in `Undecoded()`.
-    JetPropertyBlock(std::span<const std::uint8_t> bytes, bool jet3);
+    JetPropertyBlock(std::span<const std::uint8_t> bytes, bool jet3, std::uint16_t codePage = 1252);
 
     const std::vector<Group>& Groups() const { return groups_; }
     // The group of `name` ("" for the object), nullptr when there is none.
@@ -40,6 +40,7 @@ private:
     bool ReadGroup(std::span<const std::uint8_t> chunk);
 
     bool jet3_;
+    std::uint16_t codePage_;
     std::vector<std::string> names_;
     std::vector<Group> groups_;
     std::vector<std::string> undecoded_;

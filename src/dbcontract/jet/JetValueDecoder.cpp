@@ -2,8 +2,12 @@
 
 #include <array>
 #include <bit>
+#include <cerrno>
 #include <cstdio>
+#include <cstdint>
 #include <cstring>
+
+#include <iconv.h>
 
 #include "dbcontract/DaoConstants.h"
 #include "runtime/Currency.h"
@@ -32,6 +36,38 @@ constexpr std::array<char16_t, 32> kCp1252High = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+// One converter per thread, kept for the last code page asked for: a
+// file's texts all share one code page, and opening a converter per value
+// would cost more than converting it.
+class CodePageConverter {
+public:
+    ~CodePageConverter() { Close(); }
+
+    // nullptr when the system has no converter for the code page.
+    iconv_t For(std::uint16_t codePage) {
+        if (codePage != codePage_) {
+            Close();
+            codePage_ = codePage;
+            const std::string name = "CP" + std::to_string(codePage);
+            handle_ = iconv_open("UTF-8", name.c_str());
+        }
+        if (handle_ == kNone) return nullptr;
+        iconv(handle_, nullptr, nullptr, nullptr, nullptr);  // a fresh shift state
+        return handle_;
+    }
+
+private:
+    static inline const iconv_t kNone = reinterpret_cast<iconv_t>(static_cast<std::intptr_t>(-1));
+
+    void Close() {
+        if (handle_ != kNone) iconv_close(handle_);
+        handle_ = kNone;
+    }
+
+    std::uint16_t codePage_ = 0;
+    iconv_t handle_ = kNone;
+};
 
 bool HasSize(JetType type, std::size_t size) {
     switch (type) {
@@ -84,7 +120,7 @@ std::optional<Variant> JetValueDecoder::Decode(JetType type, std::span<const std
 }
 
 std::string JetValueDecoder::Text(std::span<const std::uint8_t> bytes) const {
-    if (jet3_) return Cp1252ToUtf8(bytes);
+    if (jet3_) return CodePageToUtf8(bytes, codePage_);
     if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) return CompressedToUtf8(bytes.subspan(2));
     return Utf16ToUtf8(bytes);
 }
@@ -99,6 +135,34 @@ std::string JetValueDecoder::Cp1252ToUtf8(std::span<const std::uint8_t> bytes) {
             out += utf8::FromCodePoint(b < 0xA0 ? kCp1252High[b - 0x80] : b);
         }
     }
+    return out;
+}
+
+std::string JetValueDecoder::CodePageToUtf8(std::span<const std::uint8_t> bytes, std::uint16_t codePage) {
+    if (codePage == 1252) return Cp1252ToUtf8(bytes);
+    thread_local CodePageConverter converter;
+    const iconv_t handle = converter.For(codePage);
+    if (handle == nullptr) return Cp1252ToUtf8(bytes);
+    std::string out(bytes.size() * 4 + 8, '\0');  // no code page takes more than 4 UTF-8 bytes a byte
+    char* in = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
+    std::size_t inLeft = bytes.size();
+    char* put = out.data();
+    std::size_t outLeft = out.size();
+    while (inLeft > 0) {
+        if (iconv(handle, &in, &inLeft, &put, &outLeft) != static_cast<std::size_t>(-1)) break;
+        if (errno == E2BIG) break;  // cannot happen with the room given
+        // An undefined byte, or a lead byte with nothing after it.
+        const std::string replacement = utf8::FromCodePoint(0xFFFD);
+        if (outLeft < replacement.size()) break;
+        std::memcpy(put, replacement.data(), replacement.size());
+        put += replacement.size();
+        outLeft -= replacement.size();
+        ++in;
+        --inLeft;
+    }
+    // Code pages with combining marks may hold back the last character.
+    iconv(handle, nullptr, nullptr, &put, &outLeft);
+    out.resize(static_cast<std::size_t>(put - out.data()));
     return out;
 }
 

@@ -38,9 +38,9 @@ enum class JetType : std::uint8_t {
 // decoded here from its stored form instead.
 class JetValueDecoder {
 public:
-    // `jet3` selects the older text form: single bytes in the file's code
-    // page (1252) instead of UCS-2.
-    explicit JetValueDecoder(bool jet3) : jet3_(jet3) {}
+    // `jet3` selects the older text form: bytes in the file's code page
+    // (`codePage`, from its header) instead of UCS-2.
+    explicit JetValueDecoder(bool jet3, std::uint16_t codePage = 1252) : jet3_(jet3), codePage_(codePage) {}
 
     // The value of a stored field that is not Null, as the runtime holds a
     // value of that type: text and memo as UTF-8, byte/integer/long/single/
@@ -52,11 +52,15 @@ public:
     // bit, so booleans are not decoded here. `scale` is a decimal's.
     std::optional<Variant> Decode(JetType type, std::span<const std::uint8_t> bytes, int scale = 0) const;
 
-    // Text as the file stores it: Jet 3 in code page 1252; Jet 4 and ACE in
-    // UCS-2, or "compressed" when it starts with FF FE.
+    // Text as the file stores it: Jet 3 in the file's code page; Jet 4 and
+    // ACE in UCS-2, or "compressed" when it starts with FF FE.
     std::string Text(std::span<const std::uint8_t> bytes) const;
 
     static std::string Cp1252ToUtf8(std::span<const std::uint8_t> bytes);
+    // Text in a Windows code page. A code page the system cannot convert
+    // is read as 1252; a byte sequence the code page does not define
+    // becomes U+FFFD.
+    static std::string CodePageToUtf8(std::span<const std::uint8_t> bytes, std::uint16_t codePage);
     // UTF-16 little-endian, surrogate pairs joined; a lone surrogate becomes U+FFFD.
     static std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes);
     // Jet 4's compressed form after its FF FE mark: single bytes standing for
@@ -77,6 +81,7 @@ public:
 
 private:
     bool jet3_;
+    std::uint16_t codePage_;
 };
 
 }  // namespace vorn

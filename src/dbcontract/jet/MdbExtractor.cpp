@@ -8,12 +8,15 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/jet/JetFileHeader.h"
+#include "dbcontract/jet/JetPassword.h"
 #include "dbcontract/jet/JetPropertyBlock.h"
 #include "dbcontract/jet/JetQueryText.h"
 #include "dbcontract/jet/JetValueDecoder.h"
@@ -292,10 +295,21 @@ private:
         // Smaller bind buffers crash libmdb's own readers; none are bound here.
         mdb_set_bind_size(mdb_.get(), 16384);
         jet3_ = mdb_->f->jet_version == MDB_VER_JET3;
-        decoder_.emplace(jet3_);
+        codePage_ = CodePageOf(path_);
+        decoder_.emplace(jet3_, codePage_);
         std::error_code error;
         const auto size = std::filesystem::file_size(path_, error);
         pages_ = error ? 1 : static_cast<std::int64_t>(size / static_cast<std::uintmax_t>(mdb_->fmt->pg_size));
+    }
+
+    // The code page of Jet 3's texts, from the file's own header; 1252 when
+    // the header cannot be read again.
+    static std::uint16_t CodePageOf(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::vector<std::uint8_t> page0(JetPassword::kHeaderBytes);
+        if (!in.read(reinterpret_cast<char*>(page0.data()), static_cast<std::streamsize>(page0.size()))) return 1252;
+        const auto header = JetFileHeader::Parse(page0);
+        return header ? header->CodePage() : 1252;
     }
 
     // libmdb's own catalog reader parses every property block as it goes,
@@ -384,7 +398,7 @@ private:
         info.dateCreated = object.created;
         info.lastUpdated = object.updated;
         info.attributes = TableAttributes(object);
-        const JetPropertyBlock properties(object.properties, jet3_);
+        const JetPropertyBlock properties(object.properties, jet3_, codePage_);
         NoteDamage(properties, "table '" + object.name + "'");
         if (object.type != kLocalTable) {
             info.connect = LinkConnect(object);
@@ -423,8 +437,8 @@ private:
     }
 
     static std::string LinkConnect(const CatalogObject& object) {
-        if (object.type == kOdbcTable || object.database.empty()) return object.connect;
-        return object.connect + ";DATABASE=" + object.database;
+        if (object.type == kOdbcTable) return object.connect;
+        return LinkedTableConnect(object.connect, object.database);
     }
 
     // The column flags libmdb does not keep (nullable, hyperlink), read
@@ -679,7 +693,7 @@ private:
     void SendDatabaseProperties() {
         const CatalogObject* object = FindObject("MSysDb", kDatabaseObject);
         if (object == nullptr) return;
-        const JetPropertyBlock properties(object->properties, jet3_);
+        const JetPropertyBlock properties(object->properties, jet3_, codePage_);
         NoteDamage(properties, "the database");
         SendProperties({}, properties.Find(""), {});
     }
@@ -688,6 +702,7 @@ private:
     JetRecordSink& sink_;
     HandlePtr mdb_;
     bool jet3_ = false;
+    std::uint16_t codePage_ = 1252;
     std::optional<JetValueDecoder> decoder_;
     std::int64_t pages_ = 0;
     std::vector<CatalogObject> objects_;
@@ -695,6 +710,13 @@ private:
 };
 
 }  // namespace
+
+std::string LinkedTableConnect(const std::string& connect, const std::string& database) {
+    if (database.empty()) return connect;
+    // A stored Connect may already end with its separator.
+    const bool separated = !connect.empty() && connect.back() == ';';
+    return connect + (separated ? "" : ";") + "DATABASE=" + database;
+}
 
 void MdbExtractor::Run() {
     try {

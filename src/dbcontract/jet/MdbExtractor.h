@@ -36,4 +36,9 @@ private:
     JetRecordSink& sink_;
 };
 
+// The Connect of a table attached from another Jet file: its stored
+// Connect followed by ";DATABASE=" and the file's path, with one ";"
+// between them whether or not the stored Connect ends with one.
+std::string LinkedTableConnect(const std::string& connect, const std::string& database);
+
 }  // namespace vorn

@@ -6,7 +6,9 @@
 #include <algorithm>
 
 #include "dbcontract/DaoConstants.h"
+#include "dbcontract/jet/JetPassword.h"
 #include "dbcontract/jet/JetTestData.h"
+#include "dbcontract/jet/MdbExtractor.h"
 
 namespace vorn {
 namespace {
@@ -294,6 +296,60 @@ TEST(JetDesignTest, PropertiesKeepTheirTypes) {
     const auto db = database.ReadProperties({});
     EXPECT_EQ(find(db, "AccessVersion").value, Variant("07.53"));
     EXPECT_EQ(find(db, "StartUpShowDBWindow").value, Variant(true));
+}
+
+TEST(JetDesignTest, AnAttachedTablesConnectHasOneSeparatorBeforeTheDatabase) {
+    const struct {
+        const char* connect;
+        const char* database;
+        const char* expected;
+    } cases[] = {
+        {"", "o.mdb", ";DATABASE=o.mdb"},
+        {";", "o.mdb", ";DATABASE=o.mdb"},
+        {";PWD=x", "o.mdb", ";PWD=x;DATABASE=o.mdb"},
+        {";PWD=x;", "o.mdb", ";PWD=x;DATABASE=o.mdb"},
+        {";PWD=x", "", ";PWD=x"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(LinkedTableConnect(c.connect, c.database), c.expected) << "'" << c.connect << "'";
+    }
+}
+
+// A copy of a Jet 3 fixture whose header names another code page. The code
+// page sits in the RC4-masked part of the header, so the stored bytes are
+// the new value masked with the same key stream.
+std::string WithCodePage(std::string file, std::uint16_t codePage) {
+    std::vector<std::uint8_t> stream(JetPassword::MaskedLength(true), 0);
+    JetPassword::Rc4(JetPassword::kMaskKey, stream);
+    constexpr std::size_t kCodePage = 0x3C;
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto clear = static_cast<std::uint8_t>(codePage >> (8 * i));
+        file[kCodePage + i] = static_cast<char>(clear ^ stream[kCodePage + i - JetPassword::kMaskedStart]);
+    }
+    return file;
+}
+
+TEST(JetValueTest, Jet3TextIsReadInTheCodePageTheHeaderNames) {
+    testing::TempFolder temp;
+    const auto path = temp / "cyrillic.mdb";
+    testing::WriteFile(path, WithCodePage(testing::ReadFile(Fixture("nwind.mdb")), 1251));
+    JetOpenOptions options;
+    options.warnings = [](const std::vector<std::string>&) {};
+    auto database = JetProjectFile::Open(path.string(), options);
+    // Stored E4 (a-umlaut in 1252) is de in 1251, and E9 (e-acute) is short i.
+    const auto tables = database->ReadTables();
+    EXPECT_NE(FindTable(tables, "Ums\xD0\xB4tze"), nullptr);
+    EXPECT_EQ(FindTable(tables, "Ums\xC3\xA4tze"), nullptr);
+    std::vector<FieldInfo> columns;
+    const auto rows = ReadRows(*database, "Orders", &columns);
+    const auto city = std::find_if(columns.begin(), columns.end(), [](const FieldInfo& f) { return f.name == "ShipCity"; });
+    ASSERT_NE(city, columns.end());
+    const auto at = static_cast<std::size_t>(city - columns.begin());
+    const auto count = [&rows, at](const std::string& text) {
+        return std::count_if(rows.begin(), rows.end(), [&](const auto& row) { return row[at].IsText() && row[at].AsText() == text; });
+    };
+    EXPECT_GT(count("Montr\xD0\xB9" "al"), 0);
+    EXPECT_EQ(count("Montr\xC3\xA9" "al"), 0);
 }
 
 TEST(JetDesignTest, SavedQueriesHaveTheirSqlText) {

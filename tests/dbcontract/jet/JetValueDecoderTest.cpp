@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "dbcontract/DaoConstants.h"
@@ -107,6 +108,33 @@ TEST(JetValueDecoderTest, Jet3TextIsCodePage1252) {
     const Bytes bytes = {0x80, ' ', 0xE4, 0x9C, 0x81};
     EXPECT_EQ(JetValueDecoder(true).Text(bytes), "\xE2\x82\xAC \xC3\xA4\xC5\x93\xC2\x81");
 }
+
+struct CodePageCase {
+    const char* name;
+    std::uint16_t codePage;
+    Bytes bytes;
+    std::string expected;
+};
+
+class JetCodePageTest : public ::testing::TestWithParam<CodePageCase> {};
+
+TEST_P(JetCodePageTest, Jet3TextIsReadInTheFilesCodePage) {
+    EXPECT_EQ(JetValueDecoder(true, GetParam().codePage).Text(GetParam().bytes), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, JetCodePageTest,
+    ::testing::Values(
+        CodePageCase{"cyrillic", 1251, Bytes{0xC0, 'b', 0xE4, 0xFF, 0xA8}, "\xD0\x90" "b\xD0\xB4\xD1\x8F\xD0\x81"},
+        CodePageCase{"central_european", 1250, Bytes{0x8A, 0xE8, 0xB9, 0xF8}, "\xC5\xA0\xC4\x8D\xC4\x85\xC5\x99"},
+        CodePageCase{"double_byte", 932, Bytes{'x', 0x82, 0xA0, 0x93, 0xFA}, "x\xE3\x81\x82\xE6\x97\xA5"},
+        // A byte the code page leaves undefined, and a lead byte at the end.
+        CodePageCase{"undefined_byte", 1251, Bytes{'a', 0x98, 'b'}, "a\xEF\xBF\xBD" "b"},
+        CodePageCase{"cut_double_byte", 932, Bytes{'a', 0x82}, "a\xEF\xBF\xBD"},
+        // A code page the system does not know is read as 1252.
+        CodePageCase{"unknown", 0, Bytes{0x80, 0xE4}, "\xE2\x82\xAC\xC3\xA4"},
+        CodePageCase{"unknown_high", 65000, Bytes{0xE4}, "\xC3\xA4"}),
+    [](const auto& param) { return std::string(param.param.name); });
 
 TEST(JetValueDecoderTest, RefusesBytesThatCannotHoldTheType) {
     const JetValueDecoder decoder(false);
