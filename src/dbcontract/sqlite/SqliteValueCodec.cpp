@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/sqlite/SqliteCollations.h"
@@ -189,9 +190,21 @@ Variant DecodeDecimal(const StoredValue& stored) {
     return Decimal::FromDouble(NumberOf(stored));
 }
 
+// A day number another program stored in a date column: the column is
+// declared TEXT, so SQLite keeps a REAL or INTEGER put there as its text.
+std::optional<double> DayNumberText(const std::string& text) {
+    double serial = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, serial);
+    if (error != std::errc() || end != last || !std::isfinite(serial)) return std::nullopt;
+    if (!SqliteDateText::FromSerial(serial)) return std::nullopt;
+    return serial;
+}
+
 Variant DecodeDate(const StoredValue& stored) {
     if (const auto* t = std::get_if<std::string>(&stored)) {
         if (const auto serial = SqliteDateText::ToSerial(*t)) return Variant::FromDate(*serial);
+        if (const auto serial = DayNumberText(*t)) return Variant::FromDate(*serial);
         return *t;
     }
     return Variant::FromDate(NumberOf(stored));
