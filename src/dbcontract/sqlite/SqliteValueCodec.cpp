@@ -167,6 +167,16 @@ double NumberOf(const StoredValue& stored) {
     return 0.0;
 }
 
+// A yes/no value: a number not 0, or a word another program wrote for it.
+bool BooleanOf(const StoredValue& stored) {
+    if (const auto* t = std::get_if<std::string>(&stored)) {
+        for (const char* word : {"true", "yes", "on"}) {
+            if (utf8::EqualsIgnoreCase(*t, word)) return true;
+        }
+    }
+    return NumberOf(stored) != 0.0;
+}
+
 std::int64_t IntegerOf(const StoredValue& stored) {
     if (const auto* i = std::get_if<std::int64_t>(&stored)) return *i;
     return std::llround(NumberOf(stored));
@@ -227,7 +237,7 @@ Variant DecodeBinary(const StoredValue& stored) {
 Variant DecodeNumber(const StoredValue& stored, std::int16_t type) {
     switch (type) {
         case dbBoolean:
-            return NumberOf(stored) != 0.0;
+            return BooleanOf(stored);
         case dbCurrency:
             return Currency::FromScaled(IntegerOf(stored));
         case dbSingle:

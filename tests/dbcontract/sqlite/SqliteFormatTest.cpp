@@ -125,8 +125,8 @@ TEST_F(SqliteFormatTest, AFileWrittenFromTheDocumentAloneOpensAndReads) {
               (1, '1899-12-29 06:00:00', 1, '-123456789.125', '{00000000-0000-0000-0000-0000000000FF}',
                X'00FF', '', 0.5),
               (1, '2024-03-01 08:30:00.250', 0, '0.001', NULL, NULL, NULL, NULL),
-              (1, 45352.5, NULL, NULL, NULL, NULL, NULL, NULL),
-              (1, '2024-03-01', NULL, NULL, NULL, NULL, NULL, NULL);
+              (1, 45352.5, 'True', NULL, NULL, NULL, NULL, NULL),
+              (1, '2024-03-01', 'no', NULL, NULL, NULL, NULL, NULL);
             INSERT INTO MSysVornRelations VALUES ('SiteReading', 'Site', 'Reading', 2);
             INSERT INTO MSysVornRelationFields VALUES ('SiteReading', 0, 'ID', 'SiteID');
             INSERT INTO MSysVornQueries VALUES ('Named', 'SELECT "Name" FROM "Site"');
@@ -155,10 +155,11 @@ TEST_F(SqliteFormatTest, AFileWrittenFromTheDocumentAloneOpensAndReads) {
                     {Variant(1), Variant::FromDate(45352.0 + (8.5 * 3600 + 0.25) / 86400),
                      Variant(false), Variant(*Decimal::Parse("0.001")), Variant::Null(),
                      Variant::Null(), Variant::Null(), Variant::Null()},
-                    // A REAL day number, kept as text by the TEXT column, and a day alone.
-                    {Variant(1), Variant::FromDate(45352.5), Variant::Null(), Variant::Null(),
+                    // A REAL day number, kept as text by the TEXT column, and a day
+                    // alone; yes/no values written as words.
+                    {Variant(1), Variant::FromDate(45352.5), Variant(true), Variant::Null(),
                      Variant::Null(), Variant::Null(), Variant::Null(), Variant::Null()},
-                    {Variant(1), Variant::FromDate(45352.0), Variant::Null(), Variant::Null(),
+                    {Variant(1), Variant::FromDate(45352.0), Variant(false), Variant::Null(),
                      Variant::Null(), Variant::Null(), Variant::Null(), Variant::Null()}}));
     EXPECT_EQ(All(*db->OpenRows(Table("Named"))), (Rows{{Variant("North field")}}));
     // The engine takes the file on from here: counters and design changes.
