@@ -30,7 +30,12 @@ Variant ConvertTo(std::int16_t type, const Variant& value) {
         case dao::dbTime:
         case dao::dbTimeStamp: return Variant::FromDate(CDate(value));
         case dao::dbDecimal:
-        case dao::dbNumeric: return Variant(CDec(value));
+        case dao::dbNumeric:
+        case dao::dbBigInt: return Variant(CDec(value));
+        case dao::dbGUID:
+            // Sixteen bytes are a GUID as they stand; text is read as its braced form.
+            if (value.IsBinary()) return value;
+            return Variant(CStr(value));
         case dao::dbBinary:
         case dao::dbVarBinary:
         case dao::dbLongBinary:

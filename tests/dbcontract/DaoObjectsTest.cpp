@@ -367,6 +367,45 @@ TEST_F(DaoRecordset, AMissingTableOrQueryNameFails3078) {
     }
 }
 
+// Values of another kind are converted to the field's own before they are
+// stored: a boolean or a date is a number to a big integer, and sixteen bytes
+// are a GUID.
+TEST(DaoValues, AFieldTakesValuesOfOtherKindsAsTheEngineConvertsThem) {
+    NewProject project;
+    auto table = project.db->CreateTableDef("V");
+    table->Fields().Append(table->CreateField("Big", dao::dbBigInt));
+    table->Fields().Append(table->CreateField("Id", dao::dbGUID));
+    project.db->TableDefs().Append(table);
+    Variant::Binary guid;
+    for (int i = 0; i < 16; ++i) guid.push_back(static_cast<std::uint8_t>(i * 17));
+    const struct {
+        const char* field;
+        Variant value;
+        Variant back;
+    } cases[] = {
+        {"Big", Variant(true), Variant(Decimal::FromInt64(-1))},
+        {"Big", Variant::FromDate(2.5), Variant(Decimal::FromInt64(2))},  // half to even
+        {"Big", Variant("3.5"), Variant(Decimal::FromInt64(4))},
+        {"Id", Variant(guid), Variant("{33221100-5544-7766-8899-AABBCCDDEEFF}")},
+        {"Id", Variant("33221100-5544-7766-8899-aabbccddeeff"),
+         Variant("{33221100-5544-7766-8899-AABBCCDDEEFF}")},
+    };
+    auto rs = project.db->OpenRecordset("V", dao::dbOpenDynaset);
+    for (const auto& c : cases) {
+        rs->AddNew();
+        try {
+            (*rs)[c.field].SetValue(c.value);
+            rs->Update();
+        } catch (const VornError& error) {
+            ADD_FAILURE() << c.field << " refused " << c.value << ": " << error.Description();
+            rs->CancelUpdate();
+            continue;
+        }
+        rs->SetBookmark(rs->LastModified());
+        EXPECT_EQ((*rs)[c.field].Value(), c.back) << c.field << " given " << c.value;
+    }
+}
+
 TEST(DaoReadOnly, EveryWriteIsRefusedAndTheFileStaysAsItWas) {
     NewProject project;
     MakePointAndSample(*project.db);
