@@ -156,7 +156,16 @@ VornError SqliteErrors::FromSqlite(int extendedCode, std::string_view message) {
 }
 
 VornError SqliteErrors::FromHandle(sqlite3* db) {
-    return FromSqlite(sqlite3_extended_errcode(db), sqlite3_errmsg(db));
+    const int code = sqlite3_extended_errcode(db);
+    if ((code & 0xFF) == SQLITE_BUSY) {
+        // SQLite's "database is locked" does not say which file another
+        // process holds; the user needs to know.
+        const char* file = sqlite3_db_filename(db, "main");
+        return Jet(errnum::kJetCouldNotUpdateLocked,
+                   "Could not update; the file '" + std::string(file != nullptr ? file : "") +
+                       "' is locked by another user (" + sqlite3_errmsg(db) + ").");
+    }
+    return FromSqlite(code, sqlite3_errmsg(db));
 }
 
 VornError SqliteErrors::ReadOnly(std::string_view what) {

@@ -135,9 +135,16 @@ bool SqliteProjectFile::LooksLikeProjectFile(const std::string& path) {
     std::error_code error;
     if (!fs::is_regular_file(path, error) || !HasSqliteHeader(path)) return false;
     try {
-        const SqliteHandle db(path, SQLITE_OPEN_READONLY);
+        // Read-write where the file allows it: the journal of a process that
+        // died while writing must be rolled back before anyone can read, and
+        // only a writer can do that.
+        const bool writable = ::access(path.c_str(), W_OK) == 0;
+        const SqliteHandle db(path, writable ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
         return SqliteCatalog(db).Present();
-    } catch (const VornError&) {
+    } catch (const VornError& failure) {
+        // A file another process is writing cannot be looked into now; that
+        // is no answer to what it is.
+        if (failure.Number() == errnum::kJetCouldNotUpdateLocked) throw;
         return false;
     }
 }

@@ -7,7 +7,8 @@ namespace vorn {
 class SqliteHandle;
 
 // A SAVEPOINT that is rolled back unless it is released: the work done
-// while it stands happens whole or not at all.
+// while it stands happens whole or not at all. Outside a transaction it is
+// a BEGIN IMMEDIATE instead, so that it waits for other writers.
 class SqliteSavepoint {
 public:
     SqliteSavepoint(const SqliteHandle& db, std::string name);
@@ -22,6 +23,7 @@ private:
     const SqliteHandle& db_;
     std::string name_;
     bool open_ = true;
+    bool outermost_ = false;
 };
 
 }  // namespace vorn

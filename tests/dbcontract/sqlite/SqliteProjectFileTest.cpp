@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <set>
+#include <stdexcept>
 
 #include "dbcontract/DaoConstants.h"
 #include "dbcontract/sqlite/LdbLock.h"
@@ -398,6 +403,139 @@ TEST_F(SqliteProjectFileTest, TheLockFileIsHeldWhileAnyoneHasTheProjectOpen) {
     second.reset();
     EXPECT_FALSE(fs::exists(lock));
     EXPECT_FALSE(LdbLock::IsHeld(lock));
+}
+
+// Another process that does `work` on the project, tells us, does `then`,
+// and keeps what it holds until told to end. A `work` that kills its
+// process ends it.
+class OtherProcess {
+public:
+    explicit OtherProcess(const std::function<void()>& work, const std::function<void()>& then = {}) {
+        int ready[2];
+        int done[2];
+        if (::pipe(ready) != 0 || ::pipe(done) != 0) throw std::runtime_error("pipe");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(ready[0]);
+            ::close(done[1]);
+            try {
+                work();
+            } catch (...) {
+                ::_exit(2);
+            }
+            char signal = 0;
+            if (::write(ready[1], &signal, 1) != 1) ::_exit(1);
+            if (then) then();
+            ::_exit(::read(done[0], &signal, 1) < 0 ? 1 : 0);
+        }
+        ::close(ready[1]);
+        ::close(done[0]);
+        toldToEnd_ = done[1];
+        char signal = 0;
+        static_cast<void>(::read(ready[0], &signal, 1));
+        ::close(ready[0]);
+    }
+    ~OtherProcess() { End(); }
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+
+    void End() {
+        if (pid_ <= 0) return;
+        ::close(toldToEnd_);
+        ::waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+
+private:
+    pid_t pid_ = -1;
+    int toldToEnd_ = -1;
+};
+
+template <class Work>
+std::chrono::milliseconds TimeOf(Work&& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+TEST_F(SqliteProjectFileTest, AFileAnotherProcessIsWritingWaitsThenFailsNamingTheFile) {
+    TableInfo table;
+    table.name = "T";
+    table.fields = {Field("A", dbLong)};
+    NewProject()->CreateTable(table);
+    auto reader = SqliteProjectFile::Open(PathOf("project.vpf"), true);
+    const OtherProcess writer([&] {
+        static std::unique_ptr<SqliteHandle> held;  // until that process ends
+        held = std::make_unique<SqliteHandle>(PathOf("project.vpf"), SQLITE_OPEN_READWRITE);
+        held->Exec("BEGIN EXCLUSIVE");
+    });
+    const std::vector<std::function<void()>> reads = {
+        [&] { SqliteProjectFile::Open(PathOf("project.vpf"), true); },
+        [&] { AllRows(*reader->OpenRows(TableRows("T"))); },
+    };
+    for (std::size_t i = 0; i < reads.size(); ++i) {
+        std::string description;
+        const auto waited = TimeOf([&] {
+            try {
+                reads[i]();
+            } catch (const VornError& error) {
+                EXPECT_EQ(error.Number(), errnum::kJetCouldNotUpdateLocked) << "read " << i;
+                description = error.Description();
+            }
+        });
+        EXPECT_NE(description.find(PathOf("project.vpf")), std::string::npos) << description;
+        EXPECT_GE(waited.count(), 1500) << "read " << i << " gave up before the busy timeout";
+    }
+}
+
+TEST_F(SqliteProjectFileTest, AWriteWaitsForAnotherProcessWriteAndBothAreKept) {
+    TableInfo table;
+    table.name = "T";
+    table.fields = {Field("A", dbLong)};
+    NewProject()->CreateTable(table);
+    auto db = SqliteProjectFile::Open(PathOf("project.vpf"), false);
+    EXPECT_TRUE(AllRows(*db->OpenRows(TableRows("T"))).empty());
+    {
+        static std::unique_ptr<SqliteHandle> other;  // in the other process
+        const OtherProcess writer(
+            [&] {
+                other = std::make_unique<SqliteHandle>(PathOf("project.vpf"), SQLITE_OPEN_READWRITE);
+                other->Exec("BEGIN IMMEDIATE; INSERT INTO T VALUES (1)");
+            },
+            [&] {
+                ::usleep(300000);
+                other->Exec("COMMIT");
+            });
+        db->Execute("INSERT INTO T VALUES (2)", 0);
+    }
+    EXPECT_EQ(AllRows(*db->OpenRows(TableRows("T"))).size(), 2u);
+}
+
+TEST_F(SqliteProjectFileTest, AProcessKilledWhileWritingLeavesTheFileAsItWas) {
+    TableInfo table;
+    table.name = "T";
+    table.fields = {Field("A", dbText, 200)};
+    {
+        auto db = NewProject();
+        db->CreateTable(table);
+        for (int i = 0; i < 200; ++i) db->Execute("INSERT INTO T VALUES ('" + std::string(150, 'x') + "')", 0);
+    }
+    OtherProcess([&] {
+        auto project = SqliteProjectFile::Open(PathOf("project.vpf"), false);
+        // A tiny cache spills the changes into the file before the end, so
+        // only the journal can undo them.
+        const SqliteHandle other(PathOf("project.vpf"), SQLITE_OPEN_READWRITE);
+        other.Exec("PRAGMA cache_size = 1; BEGIN; DELETE FROM T WHERE A <> ''");
+        ::raise(SIGKILL);
+    });
+    const auto lock = LdbLock::NameFor(PathOf("project.vpf"));
+    ASSERT_TRUE(fs::exists(PathOf("project.vpf-journal")));
+    EXPECT_FALSE(LdbLock::IsHeld(lock));
+    auto db = SqliteProjectFile::Open(PathOf("project.vpf"), true);
+    const auto rows = AllRows(*db->OpenRows(TableRows("T")));
+    EXPECT_EQ(rows.size(), 200u);
+    db->Close();
+    EXPECT_FALSE(fs::exists(lock));
 }
 
 TEST_F(SqliteProjectFileTest, CompactWritesANewFileAndRefusesAnExistingOne) {
