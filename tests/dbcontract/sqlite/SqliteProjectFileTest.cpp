@@ -451,6 +451,14 @@ private:
     int toldToEnd_ = -1;
 };
 
+// The table T of one field `a`.
+TableInfo TableT(const FieldInfo& a) {
+    TableInfo table;
+    table.name = "T";
+    table.fields = {a};
+    return table;
+}
+
 template <class Work>
 std::chrono::milliseconds TimeOf(Work&& work) {
     const auto start = std::chrono::steady_clock::now();
@@ -459,10 +467,7 @@ std::chrono::milliseconds TimeOf(Work&& work) {
 }
 
 TEST_F(SqliteProjectFileTest, AFileAnotherProcessIsWritingWaitsThenFailsNamingTheFile) {
-    TableInfo table;
-    table.name = "T";
-    table.fields = {Field("A", dbLong)};
-    NewProject()->CreateTable(table);
+    NewProject()->CreateTable(TableT(Field("A", dbLong)));
     auto reader = SqliteProjectFile::Open(PathOf("project.vpf"), true);
     const OtherProcess writer([&] {
         static std::unique_ptr<SqliteHandle> held;  // until that process ends
@@ -489,10 +494,7 @@ TEST_F(SqliteProjectFileTest, AFileAnotherProcessIsWritingWaitsThenFailsNamingTh
 }
 
 TEST_F(SqliteProjectFileTest, AWriteWaitsForAnotherProcessWriteAndBothAreKept) {
-    TableInfo table;
-    table.name = "T";
-    table.fields = {Field("A", dbLong)};
-    NewProject()->CreateTable(table);
+    NewProject()->CreateTable(TableT(Field("A", dbLong)));
     auto db = SqliteProjectFile::Open(PathOf("project.vpf"), false);
     EXPECT_TRUE(AllRows(*db->OpenRows(TableRows("T"))).empty());
     {
@@ -512,12 +514,9 @@ TEST_F(SqliteProjectFileTest, AWriteWaitsForAnotherProcessWriteAndBothAreKept) {
 }
 
 TEST_F(SqliteProjectFileTest, AProcessKilledWhileWritingLeavesTheFileAsItWas) {
-    TableInfo table;
-    table.name = "T";
-    table.fields = {Field("A", dbText, 200)};
     {
         auto db = NewProject();
-        db->CreateTable(table);
+        db->CreateTable(TableT(Field("A", dbText, 200)));
         for (int i = 0; i < 200; ++i) db->Execute("INSERT INTO T VALUES ('" + std::string(150, 'x') + "')", 0);
     }
     OtherProcess([&] {
